@@ -1,0 +1,157 @@
+// The cost of one 512-sample device block through a playing deck and the master path, as a
+// real-time factor (the block's duration at 44.1 kHz over the time it takes), beside a baseline:
+// the same file through JUCE's own AudioTransportSource with its buffering source.
+#include "engine/MainAudioAppComponent.h"
+
+#include <benchmark/benchmark.h>
+
+#include <map>
+
+namespace
+{
+    constexpr int blockSize = 512;
+    constexpr double rate = 44100.0;
+    constexpr double blockSeconds = blockSize / rate;
+
+    juce::File makeTrack()
+    {
+        const auto file = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile ("marlode-bench.wav");
+        if (file.existsAsFile())
+            return file;
+
+        const int n = (int) rate * 30;
+        juce::AudioBuffer<float> b (2, n);
+        for (int c = 0; c < 2; ++c)
+            for (int i = 0; i < n; ++i)
+                b.setSample (c, i, 0.5f * (float) std::sin (0.01 * i * (c + 1)));
+
+        juce::WavAudioFormat wav;
+        std::unique_ptr<juce::AudioFormatWriter> w (wav.createWriterFor (file.createOutputStream().release(), rate, 2, 24, {}, 0));
+        w->writeFromAudioSampleBuffer (b, 0, n);
+        return file;
+    }
+
+    void addRealTimeFactor (benchmark::State& state)
+    {
+        state.counters["realtime_factor"] = benchmark::Counter (blockSeconds, benchmark::Counter::kIsIterationInvariantRate);
+    }
+
+    template <typename Buffered>
+    void waitIfDrained (benchmark::State& state, Buffered&& buffered)
+    {
+        // Faster than real time the read-ahead can't keep up; its refill isn't the block's cost.
+        if (buffered() < blockSize * 2)
+        {
+            state.PauseTiming();
+            while (buffered() < 16384)
+                juce::Thread::sleep (1);
+            state.ResumeTiming();
+        }
+    }
+
+    void DeckAndMasterPath (benchmark::State& state)
+    {
+        Marlode::MainAudioAppComponent app (false);
+        app.prepareToPlay (blockSize, rate);
+        auto* deck = app.getCurrentDeck();
+        deck->trackDeck.audioDeviceAvailable = true;
+        deck->waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
+        deck->openFiles ({ makeTrack() });
+        juce::MessageManager::getInstance()->runDispatchLoopUntil (200);
+        deck->trackDeck.playButtonClicked();
+        juce::MessageManager::getInstance()->runDispatchLoopUntil (100);
+
+        auto& transport = deck->trackDeck.transportSource;
+        juce::AudioBuffer<float> buffer (2, blockSize);
+        const juce::AudioSourceChannelInfo info (&buffer, 0, blockSize);
+
+        for (auto _ : state)
+        {
+            waitIfDrained (state, [&] { return transport.getNumBufferedSamples(); });
+            app.getNextAudioBlock (info);
+            benchmark::DoNotOptimize (buffer.getReadPointer (0));
+            if (transport.hasStreamFinished())
+                transport.setNextReadPosition (0);
+        }
+
+        addRealTimeFactor (state);
+    }
+
+    void BaselineJuceTransport (benchmark::State& state)
+    {
+        juce::AudioFormatManager formats;
+        formats.registerBasicFormats();
+        juce::AudioFormatReaderSource source (formats.createReaderFor (makeTrack()), true);
+        juce::TimeSliceThread thread ("baseline read-ahead");
+        thread.startThread();
+        juce::AudioTransportSource transport;
+        transport.setSource (&source, 32768, &thread, rate);
+        transport.prepareToPlay (blockSize, rate);
+        transport.start();
+
+        juce::AudioBuffer<float> buffer (2, blockSize);
+        const juce::AudioSourceChannelInfo info (&buffer, 0, blockSize);
+        juce::int64 played = 0;
+
+        for (auto _ : state)
+        {
+            // JUCE's buffer doesn't tell its fill; wait for the reader by position instead.
+            if (++played % 32 == 0)
+            {
+                state.PauseTiming();
+                juce::Thread::sleep (15);
+                state.ResumeTiming();
+            }
+
+            transport.getNextAudioBlock (info);
+            benchmark::DoNotOptimize (buffer.getReadPointer (0));
+            if (transport.hasStreamFinished())
+            {
+                transport.setPosition (0.0);
+                transport.start();
+            }
+        }
+
+        transport.setSource (nullptr);
+        addRealTimeFactor (state);
+    }
+
+    // Prints each run's real-time factor and its ratio to the baseline's.
+    class RatioReporter : public benchmark::ConsoleReporter
+    {
+    public:
+        void ReportRuns (const std::vector<Run>& runs) override
+        {
+            ConsoleReporter::ReportRuns (runs);
+            for (const auto& run : runs)
+                if (auto it = run.counters.find ("realtime_factor"); it != run.counters.end())
+                    factors[run.benchmark_name()] = it->second.value;
+        }
+
+        void Finalize() override
+        {
+            ConsoleReporter::Finalize();
+            const auto baseline = factors.find ("BaselineJuceTransport");
+            std::printf ("\n%-28s %16s %18s\n", "path", "real-time factor", "vs JUCE transport");
+            for (const auto& [name, factor] : factors)
+                std::printf ("%-28s %16.1f %17.2fx\n", name.c_str(), factor,
+                             baseline != factors.end() && baseline->second > 0 ? factor / baseline->second : 0.0);
+        }
+
+    private:
+        std::map<std::string, double> factors;
+    };
+}
+
+BENCHMARK (DeckAndMasterPath)->Unit (benchmark::kMicrosecond)->MinTime (2.0);
+BENCHMARK (BaselineJuceTransport)->Unit (benchmark::kMicrosecond)->MinTime (2.0);
+
+int main (int argc, char** argv)
+{
+    juce::ScopedJuceInitialiser_GUI juce;
+    benchmark::Initialize (&argc, argv);
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks (&reporter);
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,129 @@
+#include "app/AudioPlayerAppApplication.h"
+#include "app/AppGlobals.h"
+#include "app/CrashHandler.h"
+#include "app/InstanceChannel.h"
+#include "engine/MainAudioAppComponent.h"
+
+using namespace Marlode;
+
+AudioPlayerAppApplication::AudioPlayerAppApplication() = default;
+AudioPlayerAppApplication::~AudioPlayerAppApplication() = default;
+
+void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
+{
+    launchArguments.add (commandLine + " : #" + juce::String (launchCount));
+    ++launchCount;
+
+    mainWindow = std::make_unique<MainWindow> (getApplicationName());
+
+    appDataDirectory = defaultAppDataDirectory();
+    appDataDirectory.createDirectory();
+    crashLogFile = appDataDirectory.getChildFile ("CrashLog.log");
+    if (! crashLogFile.existsAsFile())
+        crashLogFile.create();
+
+    CrashHandler::install();
+
+    auto* content = new MainAudioAppComponent();
+    mainWindow->setContentOwned (content, true);
+    mainWindow->setResizable (true, false);
+    mainWindow->centreWithSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
+    mainWindow->setVisible (true);
+    mainDocumentWindow = mainWindow.get();
+
+    if (auto& channel = InstanceChannel::forThisProcess())
+        channel->startListening ([this] (const juce::String& line) { anotherInstanceStarted (line); });
+
+    if (commandLine.isNotEmpty())
+        content->openCommandLine (commandLine);
+}
+
+void AudioPlayerAppApplication::shutdown()
+{
+    mainDocumentWindow = nullptr;
+    mainWindow = nullptr;
+}
+
+void AudioPlayerAppApplication::anotherInstanceStarted (const juce::String& commandLine)
+{
+    reopenArguments.add (commandLine + " : #" + juce::String (launchCount));
+    ++launchCount;
+
+    if (commandLine.isNotEmpty() && mainWindow != nullptr)
+        if (auto* content = mainWindow->getContent())
+            content->openCommandLine (commandLine);
+}
+
+void AudioPlayerAppApplication::systemRequestedQuit()
+{
+    if (mainWindow != nullptr)
+        if (auto* content = mainWindow->getContent())
+        {
+            content->requestQuit();
+            return;
+        }
+
+    quit();
+}
+
+//==============================================================================
+AudioPlayerAppApplication::MainWindow::MainWindow (const juce::String& name)
+    : juce::DocumentWindow (name, backgroundColour, juce::DocumentWindow::allButtons)
+{
+    juce::LookAndFeel::setDefaultLookAndFeel (&lookAndFeel);
+    setLookAndFeel (&lookAndFeel);
+
+    // The framework's own bar serves until the application draws its own.
+    setUsingNativeTitleBar (false);
+
+    constrainer.setMinimumSize (defaultWidth, defaultHeight);
+    setConstrainer (&constrainer);
+}
+
+AudioPlayerAppApplication::MainWindow::~MainWindow()
+{
+    // The content writes its state and closes the audio before the decks go.
+    clearContentComponent();
+    setLookAndFeel (nullptr);
+    juce::LookAndFeel::setDefaultLookAndFeel (nullptr);
+}
+
+void AudioPlayerAppApplication::MainWindow::closeButtonPressed()
+{
+    juce::JUCEApplication::getInstance()->systemRequestedQuit();
+}
+
+void AudioPlayerAppApplication::MainWindow::activeWindowStatusChanged()
+{
+    if (isActiveWindow())
+        if (auto* content = getContent())
+            if (auto* deck = content->getCurrentDeck())
+                deck->restoreFocus();
+}
+
+MainAudioAppComponent* AudioPlayerAppApplication::MainWindow::getContent() const
+{
+    return dynamic_cast<MainAudioAppComponent*> (getContentComponent());
+}
+
+//==============================================================================
+juce::JUCEApplicationBase* createMarlodeApplication()
+{
+    return new AudioPlayerAppApplication();
+}
+
+int runMarlode (int argc, const char* argv[])
+{
+    juce::JUCEApplicationBase::createInstance = &createMarlodeApplication;
+
+    auto& channel = InstanceChannel::forThisProcess();
+    channel = std::make_unique<InstanceChannel> (defaultAppDataDirectory().getChildFile ("instance.sock"));
+    const auto commandLine = InstanceChannel::makeCommandLine (argc, argv, juce::File::getCurrentWorkingDirectory());
+
+    if (channel->claim (commandLine) == InstanceChannel::Role::handedOver)
+        return 0;
+
+    const auto result = juce::JUCEApplicationBase::main (argc, argv);
+    channel.reset();
+    return result;
+}

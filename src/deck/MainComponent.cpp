@@ -1,0 +1,468 @@
+#include "deck/MainComponent.h"
+#include "ui/Alerts.h"
+
+#include <rubberband/RubberBandStretcher.h>
+
+namespace Marlode
+{
+
+namespace
+{
+    constexpr int deckChannels = 2;
+    constexpr int panelButtonWidth = 75;
+    constexpr int panelButtonHeight = 25;
+    constexpr int minimumPanelHeight = 300;
+
+    juce::String plural (int n, const char* one, const char* many) { return n < 2 ? one : many; }
+}
+
+MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupDisplayComponent*& activePopupSlot)
+    : trackDeck (*formatManager, playlist, transport, waveform),
+      playlist (*formatManager),
+      waveform (*formatManager, trackDeck.transportSource, waveformBackground),
+      keyMappings (keyMappingsToUse),
+      activePopup (activePopupSlot)
+{
+    setWantsKeyboardFocus (true);
+
+    addAndMakeVisible (waveformBackground);
+    addAndMakeVisible (waveform);
+    addAndMakeVisible (playlist);
+    addChildComponent (deckEQ);
+    addChildComponent (deckFX);
+    addAndMakeVisible (inputMeter);
+    addAndMakeVisible (outputMeter);
+    addAndMakeVisible (timer);
+    addAndMakeVisible (transport);
+    addAndMakeVisible (trackName);
+    addAndMakeVisible (resizeBar);
+
+    for (auto* b : { &playlistButton, &deckEQButton, &fxButton, &analysisButton, &clearButton })
+    {
+        b->setWantsKeyboardFocus (false);
+        b->setMouseClickGrabsKeyboardFocus (false);
+        addAndMakeVisible (b);
+    }
+
+    analysisButton.setClickingTogglesState (true);
+
+    transport.playButton.onClick = [this] { trackDeck.playButtonClicked(); };
+    transport.stopButton.onClick = [this] { trackDeck.stopButtonClicked(); };
+    transport.skipForwardButton.onClick = [this] { trackDeck.nextTrack(); };
+    transport.skipBackwardButton.onClick = [this] { trackDeck.previousTrack(); };
+    waveform.openButton.onClick = [this] { openTrack (true); };
+
+    playlistButton.onClick = [this] { showPanel (Panel::playlist); };
+    deckEQButton.onClick = [this] { showPanel (Panel::eq); };
+    fxButton.onClick = [this] { showPanel (Panel::fx); };
+    clearButton.onClick = [this] { playlist.clear(); };
+
+    resizeBar.onDrag = [this] (int offset) { setResizeDrag (offset); };
+
+    playlist.addActionListener (&trackDeck);
+    playlist.addActionListener (this);
+    waveform.addActionListener (&trackDeck);
+    waveform.addActionListener (this);
+    trackDeck.addActionListener (this);
+    trackDeck.addChangeListener (this);
+
+    for (TimerRelayListener* l : { static_cast<TimerRelayListener*> (&timer), static_cast<TimerRelayListener*> (&waveform),
+                                   static_cast<TimerRelayListener*> (&inputMeter), static_cast<TimerRelayListener*> (&outputMeter) })
+        relayListeners.add (l);
+
+    showPanel (Panel::playlist);
+}
+
+MainComponent::~MainComponent()
+{
+    // Nothing may read through the transport once the members below start going.
+    trackDeck.transportSource.setSource (nullptr, 0, nullptr, 0.0);
+    trackDeck.removeChangeListener (this);
+    trackDeck.removeActionListener (this);
+    playlist.removeAllActionListeners();
+    waveform.removeAllActionListeners();
+}
+
+//==============================================================================
+void MainComponent::prepareToPlay (int blockSize, double sampleRate)
+{
+    deckBlockSize = blockSize;
+    deckSampleRate = sampleRate;
+    trackDeck.transportSource.prepareToPlay (blockSize, sampleRate);
+    inputMeter.prepare (blockSize, sampleRate);
+    outputMeter.prepare (blockSize, sampleRate);
+    deckEQ.prepare (sampleRate, blockSize, deckChannels);
+    deckFX.prepare (sampleRate, blockSize, deckChannels);
+}
+
+void MainComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info) noexcept
+{
+    auto& transportSource = trackDeck.transportSource;
+    double position = 0.0;
+
+    if (! trackDeck.hasTrack())
+    {
+        if (info.buffer != nullptr && ! info.buffer->hasBeenCleared())
+            info.clearActiveBufferRegion();
+    }
+    else
+    {
+        const bool stretching = deckFX.timeStretchOn.load (std::memory_order_relaxed);
+        const auto rate = transportSource.getSampleRate();
+
+        // The loop wraps at block resolution: up to one block past the loop's end can sound.
+        if (waveform.loopEnabled.load (std::memory_order_relaxed) && rate > 0.0
+            && trackDeck.transportPosition() >= waveform.loopEnd.load (std::memory_order_relaxed))
+            transportSource.setNextReadPosition ((juce::int64) (waveform.loopStart.load (std::memory_order_relaxed) * rate));
+
+        if (! stretching)
+        {
+            transportSource.getNextAudioBlock (info);
+        }
+        else if (stretcher != nullptr)
+        {
+            auto* const* channels = info.buffer->getArrayOfWritePointers();
+
+            // The block's own buffer is the scratch space for the source audio.
+            while (stretcher->available() < info.numSamples)
+            {
+                transportSource.getNextAudioBlock (info);
+                stretcher->process (channels, (size_t) info.numSamples, false);
+            }
+
+            if (stretcher->available() != 0)
+                stretcher->retrieve (channels, (size_t) info.numSamples);
+            else
+                info.clearActiveBufferRegion();
+        }
+
+        position = trackDeck.transportPosition();
+    }
+
+    positionSeconds.store (position, std::memory_order_relaxed);
+    waveform.position.store (position, std::memory_order_relaxed);
+    timer.position.store (position, std::memory_order_relaxed);
+
+    inputMeter.process (info);
+
+    // Outside Playing the transport gives silence, and the filters rest.
+    if (trackDeck.getState() == TransportState::Playing)
+    {
+        deckEQ.process (info);
+        deckFX.process (info);
+    }
+
+    outputMeter.process (info);
+}
+
+//==============================================================================
+void MainComponent::openCommandLine (const juce::String& commandLine)
+{
+    const auto cwd = juce::File::getCurrentWorkingDirectory();
+    juce::Array<juce::File> files;
+
+    for (auto token : juce::StringArray::fromTokens (commandLine, true))
+    {
+        token = token.unquoted();
+
+        // Options such as the framework's own are not files.
+        if (token.isEmpty() || token.startsWith ("-"))
+            continue;
+
+        files.add (cwd.getChildFile (token));
+    }
+
+    if (! files.isEmpty())
+        openFiles (files);
+}
+
+void MainComponent::openFiles (const juce::Array<juce::File>& files)
+{
+    validateAndAdd (files);
+}
+
+void MainComponent::validateAndAdd (const juce::Array<juce::File>& chosen)
+{
+    juce::StringArray valid;
+    juce::StringArray invalid;
+
+    auto consider = [&] (const juce::File& f)
+    {
+        if (formatManager->findFormatForFileExtension (f.getFileExtension()) != nullptr)
+            valid.add (f.getFullPathName());
+        else
+            invalid.add (f.getFullPathName());
+    };
+
+    for (const auto& f : chosen)
+    {
+        if (f.isDirectory())
+            for (const auto& child : f.findChildFiles (juce::File::findFiles | juce::File::ignoreHiddenFiles, true))
+                consider (child);
+        else
+            consider (f);
+    }
+
+    if (! valid.isEmpty())
+        playlist.addFiles (valid, true, true, -1);
+
+    if (invalid.isEmpty())
+        return;
+
+    const auto n = invalid.size();
+    juce::String question;
+    question << n << plural (n, " file", " files") << " you selected could not be loaded.\n"
+             << "The file" << plural (n, " extension is", " extensions are") << " not a valid format.\n\n"
+             << "Show a list of these files?\n\n";
+
+    Alerts::question ("Invalid Files", question, [invalid] (bool yes)
+                      {
+                          if (! yes)
+                              return;
+
+                          const auto count = invalid.size();
+                          juce::String list;
+                          list << "The following file's" << plural (count, " extension is", " extensions are")
+                               << " not a valid format.\n\n"
+                               << "Parent Directory:\n\n";
+
+                          for (const auto& path : invalid)
+                              list << path << "\r\n";
+
+                          Alerts::warning ("Invalid Files", list);
+                      });
+}
+
+void MainComponent::openTrack (bool)
+{
+    chooser = std::make_unique<juce::FileChooser> ("Select files to open", juce::File(), "*", false);
+    const auto flags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectFiles
+                       | juce::FileBrowserComponent::canSelectMultipleItems;
+
+    chooser->launchAsync (flags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
+}
+
+void MainComponent::openFolder()
+{
+    chooser = std::make_unique<juce::FileChooser> ("Select a folder to load files from", juce::File(), "*", false);
+    const auto flags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectDirectories;
+
+    chooser->launchAsync (flags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
+}
+
+bool MainComponent::isInterestedInFileDrag (const juce::StringArray&)
+{
+    return true;
+}
+
+void MainComponent::filesDropped (const juce::StringArray& files, int, int)
+{
+    juce::Array<juce::File> dropped;
+
+    for (const auto& path : files)
+        if (juce::File::isAbsolutePath (path))
+            dropped.add (juce::File (path));
+
+    validateAndAdd (dropped);
+}
+
+//==============================================================================
+void MainComponent::showPanel (Panel p)
+{
+    panel = p;
+    playlist.setVisible (p == Panel::playlist);
+    analysisButton.setVisible (p == Panel::playlist);
+    clearButton.setVisible (p == Panel::playlist);
+    deckEQ.setVisible (p == Panel::eq);
+    deckFX.setVisible (p == Panel::fx);
+    resized();
+    repaint();
+}
+
+void MainComponent::setResizeDrag (int offset)
+{
+    if (dragOffset == 0 && offset != 0)
+        ratioAtDragStart = windowRatio;
+
+    dragOffset = offset;
+    resized();
+    dragOffset = 0;
+
+    if (offset == 0)
+        ratioAtDragStart = windowRatio;
+}
+
+void MainComponent::resized()
+{
+    const int w = getWidth(), h = getHeight();
+
+    const auto ratio = dragOffset != 0 ? ratioAtDragStart : windowRatio;
+    upperPanelHeight = (int) (ratio * (float) h + (float) dragOffset);
+    if (upperPanelHeight < minimumPanelHeight)
+        upperPanelHeight = minimumPanelHeight;
+    if (upperPanelHeight > h - minimumPanelHeight)
+        upperPanelHeight = h - minimumPanelHeight;
+    if (dragOffset != 0 && h > 0)
+        windowRatio = (float) upperPanelHeight / (float) h;
+
+    const int iw = juce::jmax (w - 20, 0);
+    const int ih = juce::jmax (juce::jmax (h - 20, 0) + 10, 0);
+
+    // Top strip with the panel buttons.
+    const int strip = juce::jmin (ih, panelButtonHeight);
+    const int buttonY = -((panelButtonHeight - strip) / 2);
+    const int firstX = (iw - panelButtonWidth) / 2 - panelButtonWidth;
+    playlistButton.setBounds (firstX, buttonY, panelButtonWidth, panelButtonHeight);
+    deckEQButton.setBounds (firstX + 85, buttonY, panelButtonWidth, panelButtonHeight);
+    fxButton.setBounds (firstX + 170, buttonY, panelButtonWidth, panelButtonHeight);
+    analysisButton.setBounds (firstX + 170 + 160, buttonY, panelButtonWidth, panelButtonHeight);
+    clearButton.setBounds (firstX + 170 + 245, buttonY, panelButtonWidth, panelButtonHeight);
+
+    auto* selected = panel == Panel::playlist ? &playlistButton : panel == Panel::eq ? &deckEQButton : &fxButton;
+    panelHighlight = juce::Rectangle<int> (85, 35).withCentre (selected->getBounds().getCentre());
+
+    // Upper panel.
+    const int uh = juce::jmin (ih - strip, upperPanelHeight);
+    const auto upper = juce::Rectangle<int> (10, strip, iw, uh).withTrimmedTop (juce::jmin (5, uh));
+    playlist.setBounds (upper);
+    deckEQ.setBounds (upper);
+    deckFX.setBounds (upper.withSizeKeepingCentre (juce::jmin (iw, 1000), 290).withY (upper.getY()));
+
+    const int barHeight = juce::jmin (ih - strip - uh, 10);
+    resizeBar.setBounds (10, strip + uh, iw, barHeight);
+
+    // Lower panel: meters at the sides, the waveform between, the transport strip underneath.
+    const int ly = strip + uh + barHeight;
+    const int lh = juce::jmax (0, ih - ly);
+    const int mw = juce::jmin (iw, 75);
+    const int outWidth = juce::jmin (iw - mw, 75);
+    const int sp = iw - mw - outWidth;
+    inputMeter.setBounds (10, ly, mw, lh);
+    outputMeter.setBounds (iw - outWidth + 10, ly, outWidth, lh);
+
+    const int ts = juce::jmin (lh, 100);
+    const auto waveformBounds = juce::Rectangle<int> (mw + 20, ly, juce::jmax (sp, 20) - 20, juce::jmax (lh - ts, 0));
+    waveform.setBounds (waveformBounds);
+    waveformBackground.setBounds (waveformBounds);
+
+    const int stripY = ly + lh - ts;
+    const int labelLack = juce::jmax (0, 50 - ts) / 2;
+    trackName.setBounds (mw + (sp - 650) / 2 + 10, stripY + 10 - labelLack, 645, 30);
+
+    const int rowTop = trackName.getBottom();
+    const int rowHeight = juce::jmax (0, stripY + ts - rowTop);
+    const int rowY = rowTop + (rowHeight - 50) / 2;
+    const int rowX = mw + (sp - 400) / 2 + 5;
+    timer.setBounds (rowX, rowY, 200, 50);
+    transport.setBounds (rowX + 210, rowY, 200, 50);
+
+    const auto outline = [] (juce::Component& c) { return c.getBounds().toFloat().expanded (2.0f); };
+    playlistOutline = outline (playlist);
+    waveformOutline = outline (waveform);
+}
+
+void MainComponent::paint (juce::Graphics& g)
+{
+    g.setColour (juce::Colour (0xff4b4b4b));
+    g.fillRoundedRectangle (panelHighlight.toFloat(), 5.0f);
+
+    g.setColour (juce::Colour (0xff808080));
+
+    if (showPlaylistOutline && playlist.isVisible())
+        g.drawRoundedRectangle (playlistOutline, 4.0f, 1.5f);
+    if (showWaveformOutline)
+        g.drawRoundedRectangle (waveformOutline, 4.0f, 1.5f);
+}
+
+//==============================================================================
+void MainComponent::timerRelayCallback()
+{
+    tickRelayListeners();
+}
+
+void MainComponent::resetPosition() noexcept
+{
+    positionSeconds.store (0.0);
+    waveform.position.store (0.0);
+    timer.position.store (0.0);
+}
+
+void MainComponent::actionListenerCallback (const juce::String& message)
+{
+    if (message == "Track Reset")
+    {
+        trackName.setText (TrackNameLabel::noTrackText);
+        resetPosition();
+    }
+    else if (message == "Reset Meters")
+    {
+        inputMeter.reset();
+        outputMeter.reset();
+    }
+    else if (message == "New Track Loaded")
+    {
+        trackName.setText (juce::File (trackDeck.getCurrentTrackPath()).getFileNameWithoutExtension());
+        timer.setTrackLength (trackDeck.transportSource.getLengthInSeconds());
+    }
+    else if (message == "Focus Changed")
+    {
+        auto* focused = juce::Component::getCurrentlyFocusedComponent();
+        showPlaylistOutline = focused != nullptr && (focused == &playlist || playlist.isParentOf (focused));
+        showWaveformOutline = focused == &waveform;
+
+        if (showPlaylistOutline || showWaveformOutline)
+            waveformHadFocus = showWaveformOutline;
+
+        repaint();
+    }
+}
+
+void MainComponent::changeListenerCallback (juce::ChangeBroadcaster* source)
+{
+    if (source != &trackDeck)
+        return;
+
+    const auto state = trackDeck.getState();
+
+    if (state == TransportState::Paused || state == TransportState::Stopped)
+    {
+        isPlaying.store (false);
+        sendChangeMessage();
+    }
+    else if (state == TransportState::Playing)
+    {
+        isPlaying.store (true);
+    }
+}
+
+void MainComponent::buttonClicked (juce::Button* button)
+{
+    if (button != deckTab || deckTab == nullptr)
+        return;
+
+    if (! deckTab->getToggleState())
+    {
+        setVisible (false);
+
+        if (trackDeck.getState() == TransportState::Playing)
+            trackDeck.changeState (TransportState::Pausing);
+    }
+    else if (! isVisible())
+    {
+        setVisible (true);
+        grabKeyboardFocus();
+        restoreFocus();
+    }
+}
+
+void MainComponent::restoreFocus()
+{
+    if (waveformHadFocus && waveform.isShowing())
+        waveform.grabKeyboardFocus();
+    else if (playlist.isShowing())
+        playlist.grabKeyboardFocus();
+    else if (waveform.isShowing())
+        waveform.grabKeyboardFocus();
+}
+
+} // namespace Marlode

@@ -1,0 +1,58 @@
+#include "deck/TimerComponent.h"
+
+namespace Marlode
+{
+
+juce::String timerText (bool showHours, double seconds)
+{
+    const auto s = (int) seconds;
+    char text[32];
+
+    if (showHours)
+        std::snprintf (text, sizeof (text), "%02d:%02d:%02d.%01d", s / 3600, (s % 3600) / 60, s % 60,
+                       (int) ((seconds - s) * 10));
+    else
+        std::snprintf (text, sizeof (text), "%02d:%02d.%03d", (s % 3600) / 60, s % 60, (int) ((seconds - s) * 1000));
+
+    return text;
+}
+
+TimerComponent::TimerComponent()
+{
+    timeLabel.setFont (juce::Font (juce::Font::getDefaultMonospacedFontName(), normalFontHeight, fontStyle));
+    timeLabel.setJustificationType (juce::Justification::centred);
+    timeLabel.setText (timerText (false, 0.0), juce::dontSendNotification);
+    timeLabel.setInterceptsMouseClicks (false, false);
+    addAndMakeVisible (timeLabel);
+}
+
+void TimerComponent::timerRelayCallback()
+{
+    timeLabel.setText (timerText (showHours, position.load (std::memory_order_relaxed)), juce::dontSendNotification);
+}
+
+void TimerComponent::resized()
+{
+    timeLabel.setBounds (getLocalBounds());
+}
+
+void TimerComponent::setTrackLength (double seconds)
+{
+    const auto hours = (int) (seconds / 3600.0);
+
+    if ((hours > 0) != showHours)
+    {
+        const auto height = normalFontHeight * (hours > 0 ? 0.75f : 1.0f);
+        const juce::Font font (juce::Font::getDefaultMonospacedFontName(), height, fontStyle);
+
+        if (font != timeLabel.getFont())
+        {
+            timeLabel.setFont (font);
+            repaint();
+        }
+    }
+
+    showHours = hours > 0;
+}
+
+} // namespace Marlode

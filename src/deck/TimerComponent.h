@@ -1,0 +1,45 @@
+#pragma once
+
+#include "engine/TimerRelayListener.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <atomic>
+
+namespace Marlode
+{
+
+/** The deck's clock text: "mm:ss.mmm" under an hour, "hh:mm:ss.t" for long tracks (hours
+    aren't shown at all in the short form). Fractions are truncated, never rounded. */
+juce::String timerText (bool showHours, double seconds);
+
+/** The deck's time readout, refreshed on the interface tick. Message thread, except `position`. */
+class TimerComponent : public juce::Component,
+                       public TimerRelayListener
+{
+public:
+    TimerComponent();
+
+    void timerRelayCallback() override;
+    void resized() override;
+
+    /** Switches between the short and long form when a track of another kind loads. */
+    void setTrackLength (double seconds);
+
+    [[nodiscard]] juce::String getText() const { return timeLabel.getText(); }
+    [[nodiscard]] bool isShowingHours() const noexcept { return showHours; }
+    [[nodiscard]] float getFontHeight() const { return timeLabel.getFont().getHeight(); }
+
+    // Seconds: the deck's block writes it, the tick reads it.
+    std::atomic<double> position { 0.0 };
+
+private:
+    juce::Label timeLabel;
+    bool showHours = false;
+    float normalFontHeight = 30.0f;
+    int fontStyle = juce::Font::bold;
+
+    JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (TimerComponent)
+};
+
+} // namespace Marlode

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "deck/MainComponent.h"
+#include "dsp/EQComponent.h"
+#include "dsp/LevelMeterHorizontalLights.h"
+#include "engine/TimerRelayBroadcaster.h"
+#include "ui/VolumeAndPanComponent.h"
+
+#include <juce_audio_utils/juce_audio_utils.h>
+
+#include <atomic>
+
+namespace Marlode
+{
+
+class PopupDisplayComponent;
+
+//==============================================================================
+/**
+    The main window's content and the one owner of the audio device. Each block it asks exactly
+    one deck for audio (decks are never summed), then applies the master equaliser, mute, volume
+    and balance, and measures the result for the level lights. One 33 ms timer drives every
+    display through the timer relay.
+
+    getNextAudioBlock runs on the audio thread; everything else on the message thread.
+*/
+class MainAudioAppComponent : public juce::AudioAppComponent,
+                              public juce::ChangeListener,
+                              public juce::Button::Listener,
+                              private juce::Timer,
+                              public TimerRelayBroadcaster
+{
+public:
+    /** Opens the output device unless told not to (tests that drive the block path themselves). */
+    explicit MainAudioAppComponent (bool openAudioDevice = true);
+    ~MainAudioAppComponent() override;
+
+    //==============================================================================
+    void prepareToPlay (int samplesPerBlockExpected, double sampleRate) override;
+    void releaseResources() override;
+    void getNextAudioBlock (const juce::AudioSourceChannelInfo&) override;
+    void changeListenerCallback (juce::ChangeBroadcaster*) override;
+    void buttonClicked (juce::Button*) override;
+
+    //==============================================================================
+    /** A new deck from saved state or defaults; it becomes the current one. At most 4. */
+    void addDeck (juce::XmlElement* deckState);
+
+    /** Opens a command line's files on the current deck. */
+    void openCommandLine (const juce::String& commandLine);
+
+    /** Quit as the user asked for it: a playing deck stops first and the loop ends from its stop. */
+    void requestQuit();
+
+    void resized() override;
+    void paint (juce::Graphics&) override;
+
+    [[nodiscard]] MainComponent* getCurrentDeck() const noexcept { return currentDeck.load(); }
+    [[nodiscard]] int getNumDecks() const noexcept { return decks.size(); }
+
+    /** The output device's name, or "None" while there is none. */
+    static juce::String currentOutputDeviceName();
+
+    //==============================================================================
+    juce::OwnedArray<MainComponent> decks;
+    juce::OwnedArray<juce::TextButton> deckButtons;
+
+    // The message thread writes both; the audio thread reads them, and clears previousDeck once
+    // that deck's stop has taken effect.
+    std::atomic<MainComponent*> currentDeck { nullptr };
+    std::atomic<MainComponent*> previousDeck { nullptr };
+
+    // True while the deck list changes; the audio thread then outputs silence.
+    std::atomic<bool> decksBusy { false };
+
+    const int numChannels = 2;
+    int blockSize = 512;
+    int sampleRate = 44100; // the device's rate, truncated; the decks get this one
+
+    EQComponent masterEQ;
+    LevelMeterHorizontalLights levelLights;
+    VolumeAndPanComponent volumeAndPan;
+
+    std::unique_ptr<juce::XmlElement> savedAudioState;
+    juce::ApplicationCommandManager commandManager;
+    PopupDisplayComponent* activePopup = nullptr;
+
+    static constexpr int titleAreaHeight = 35;
+
+private:
+    void timerCallback() override;
+    void showDeck (MainComponent&);
+
+    JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (MainAudioAppComponent)
+};
+
+} // namespace Marlode

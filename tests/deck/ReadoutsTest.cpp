@@ -1,0 +1,48 @@
+#include "deck/TimerComponent.h"
+#include "ui/VolumeAndPanComponent.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode;
+
+TEST (Readouts, TimerTextTruncatesAndSwitchesFormAtAnHour)
+{
+    EXPECT_EQ (timerText (false, 0.0), "00:00.000");
+    EXPECT_EQ (timerText (false, 3599.999), "59:59.999");
+    EXPECT_EQ (timerText (false, 61.0009), "01:01.000");
+    EXPECT_EQ (timerText (true, 3600.5), "01:00:00.5");
+    EXPECT_EQ (timerText (true, 7322.99), "02:02:02.9");
+    EXPECT_EQ (timerText (false, 3725.25), "02:05.250") << "the short form never shows hours";
+}
+
+TEST (Readouts, TimerFontFollowsTheTrackLength)
+{
+    TimerComponent timer;
+    const auto normal = timer.getFontHeight();
+
+    timer.setTrackLength (3600.0);
+    EXPECT_TRUE (timer.isShowingHours()) << "exactly one hour counts as long";
+    EXPECT_FLOAT_EQ (timer.getFontHeight(), normal * 0.75f);
+
+    timer.position = 3600.5;
+    timer.timerRelayCallback();
+    EXPECT_EQ (timer.getText(), "01:00:00.5");
+
+    timer.setTrackLength (120.0);
+    EXPECT_FALSE (timer.isShowingHours());
+    EXPECT_FLOAT_EQ (timer.getFontHeight(), normal);
+}
+
+TEST (Readouts, PanTextAndVolumeSkew)
+{
+    EXPECT_EQ (VolumeAndPanComponent::panText (0.0), "C");
+    EXPECT_EQ (VolumeAndPanComponent::panText (45.0), "45R");
+    EXPECT_EQ (VolumeAndPanComponent::panText (-45.0), "45L");
+    EXPECT_EQ (VolumeAndPanComponent::panText (-0.4), "0L");
+
+    VolumeAndPanComponent v;
+    EXPECT_EQ (v.volumeSlider.getValue(), 1.0);
+    EXPECT_NEAR (v.volumeSlider.proportionOfLengthToValue (0.5), 0.25, 1e-9);
+    EXPECT_EQ (v.volumeSlider.getTextFromValue (0.0), "-Inf");
+    EXPECT_EQ (v.volumeSlider.getTextFromValue (0.5), "-6.0 dB");
+}

@@ -1,0 +1,254 @@
+#include "support/DeckHarness.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode;
+using namespace MarlodeTest;
+
+namespace
+{
+    struct TrackDeckTest : ::testing::Test
+    {
+        TempFolder temp;
+        AlertRecorder alerts;
+        DeckHarness h;
+
+        juce::File longTrack() // 60 s of a quiet tone: the markers need room
+        {
+            return writeWav (temp.file ("long.wav"), 44100.0, 1, 44100 * 60, [] (int, int i) { return 0.1f * (float) std::sin (i * 0.05); }, 16);
+        }
+
+        void setPosition (double seconds) { h.player().transportSource.setPosition (seconds); }
+        double position() { return h.player().transportPosition(); }
+
+        void setMarkers (bool replay, double replayTime, bool loop, double loopStart, double loopEnd)
+        {
+            auto& w = h.deck.waveform;
+            w.replayButton.setToggleState (replay, juce::dontSendNotification);
+            w.replayTime = replayTime;
+            w.loopButton.setToggleState (loop, juce::sendNotificationSync);
+            w.loopStart = loopStart;
+            w.loopEnd = loopEnd;
+        }
+    };
+}
+
+TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
+{
+    ASSERT_TRUE (h.load (writeWav (temp.file ("a.wav"), 44100.0, 2, 44100 * 5, [] (int, int) { return 0.25f; })));
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+    auto& deck = h.player();
+
+    EXPECT_EQ (deck.getState(), TransportState::Stopped);
+    EXPECT_TRUE (h.deck.transport.isEnabled());
+
+    deck.playButtonClicked();
+    EXPECT_EQ (deck.getState(), TransportState::Starting);
+    ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Playing; }, 1000));
+    EXPECT_TRUE (h.deck.isPlaying.load());
+    EXPECT_TRUE (h.deck.transport.playButton.getToggleState());
+    EXPECT_TRUE (h.deck.playlist.getPlayingIndicator());
+
+    ASSERT_TRUE (pumpUntil ([&] { return position() > 0.3; }, 3000));
+    device.takePeak();
+    pumpMessages (100);
+    EXPECT_NEAR (device.takePeak(), 0.25f, 1e-4f);
+
+    deck.playButtonClicked();
+    EXPECT_EQ (deck.getState(), TransportState::Pausing);
+    ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Paused; }, 1000));
+    EXPECT_FALSE (h.deck.isPlaying.load());
+    EXPECT_FALSE (h.deck.playlist.getPlayingIndicator());
+    const auto pausedAt = position();
+    pumpMessages (100);
+    EXPECT_EQ (position(), pausedAt);
+    device.takePeak();
+    pumpMessages (50);
+    EXPECT_EQ (device.takePeak(), 0.0f);
+
+    // Play resumes from the paused place.
+    deck.playButtonClicked();
+    ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Playing; }, 1000));
+    ASSERT_TRUE (pumpUntil ([&] { return position() > pausedAt + 0.1; }, 2000));
+
+    deck.stopButtonClicked();
+    EXPECT_EQ (deck.getState(), TransportState::Stopping);
+    ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Stopped; }, 1000));
+    EXPECT_EQ (position(), 0.0);
+    EXPECT_FALSE (h.deck.transport.playButton.getToggleState());
+}
+
+TEST_F (TrackDeckTest, ReturnToStartCascade)
+{
+    ASSERT_TRUE (h.load (longTrack()));
+    auto& deck = h.player();
+
+    // Replay at 10 s: the first stop returns to it, the next to the top.
+    setMarkers (true, 10.0, false, 0.0, 60.0);
+    setPosition (30.0);
+    deck.stopButtonClicked();
+    EXPECT_NEAR (position(), 10.0, 1e-3);
+    deck.stopButtonClicked();
+    EXPECT_EQ (position(), 0.0);
+
+    // Loop 20..30 without replay: from inside the loop to its start, from before it to the top.
+    setMarkers (false, 0.0, true, 20.0, 30.0);
+    setPosition (25.0);
+    deck.returnToStart();
+    EXPECT_NEAR (position(), 20.0, 1e-3);
+    deck.returnToStart();
+    EXPECT_EQ (position(), 0.0);
+    setPosition (5.0);
+    deck.returnToStart();
+    EXPECT_EQ (position(), 0.0);
+
+    // Replay beyond the loop: from inside the loop the first return stays at the loop's start.
+    setMarkers (true, 40.0, true, 20.0, 30.0);
+    setPosition (25.0);
+    deck.returnToStart();
+    EXPECT_NEAR (position(), 20.0, 1e-3);
+    deck.returnToStart();
+    EXPECT_NEAR (position(), 40.0, 1e-3);
+    EXPECT_FALSE (h.deck.waveform.loopButton.getToggleState()) << "landing past the loop's end switches the loop off";
+    EXPECT_FALSE (h.deck.waveform.loopEnabled.load());
+
+    // Neither marker: always the top.
+    setMarkers (false, 0.0, false, 0.0, 0.0);
+    setPosition (12.0);
+    deck.returnToStart();
+    EXPECT_EQ (position(), 0.0);
+}
+
+TEST_F (TrackDeckTest, LoopWrapsAtTheNextBlockAndPreviousGoesToTheTop)
+{
+    ASSERT_TRUE (h.load (longTrack()));
+    setMarkers (false, 0.0, true, 20.0, 30.0);
+    setPosition (31.0);
+
+    juce::AudioBuffer<float> buffer (2, 512);
+    h.deck.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
+    EXPECT_NEAR (position(), 20.0, 1e-3) << "a position past the loop's end wraps before any audio is pulled";
+
+    setPosition (2.5);
+    h.player().previousTrack();
+    EXPECT_EQ (position(), 0.0);
+}
+
+TEST_F (TrackDeckTest, EndOfTrackStopsOrMovesToTheNextRow)
+{
+    const auto a = writeWav (temp.file ("a.wav"), 44100.0, 2, 4410, [] (int, int) { return 0.2f; });
+    const auto b = writeWav (temp.file ("b.wav"), 44100.0, 2, 44100 * 3, [] (int, int) { return 0.3f; });
+    h.deck.openFiles ({ a, b });
+    ASSERT_TRUE (pumpUntil ([&] { return h.player().getCurrentTrackPath() == a.getFullPathName(); }, 2000));
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+
+    // Play-Next is on by default: the end of a gives b, playing.
+    h.player().playButtonClicked();
+    ASSERT_TRUE (pumpUntil ([&] { return h.player().getCurrentTrackPath() == b.getFullPathName(); }, 3000));
+    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
+    EXPECT_EQ (h.deck.playlist.getCurrentRow(), 1);
+
+    // Previous under 2 s goes back a row.
+    h.player().previousTrack();
+    EXPECT_EQ (h.player().getCurrentTrackPath(), a.getFullPathName());
+
+    // With Play-Next off, the end of a stops it at the top.
+    h.deck.waveform.playNextButton.setToggleState (false, juce::dontSendNotification);
+    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
+    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Stopped; }, 3000));
+    EXPECT_EQ (h.player().getCurrentTrackPath(), a.getFullPathName());
+    EXPECT_EQ (position(), 0.0);
+}
+
+TEST_F (TrackDeckTest, LoadingWhilePlayingStartsTheNewTrackEvenWithoutAutoPlay)
+{
+    const auto a = writeWav (temp.file ("a.wav"), 44100.0, 2, 44100 * 5, [] (int, int) { return 0.2f; });
+    const auto b = writeWav (temp.file ("b.wav"), 44100.0, 2, 44100 * 5, [] (int, int) { return 0.4f; });
+    ASSERT_TRUE (h.load (a));
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+
+    h.player().playButtonClicked();
+    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
+    ASSERT_TRUE (h.load (b));
+    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
+    pumpMessages (100);
+    device.takePeak();
+    pumpMessages (100);
+    EXPECT_NEAR (device.takePeak(), 0.4f, 1e-4f);
+}
+
+TEST_F (TrackDeckTest, EjectUnloadsAndABlockWithoutATrackIsSilentAtZero)
+{
+    ASSERT_TRUE (h.load (longTrack()));
+    h.deck.waveform.ejectButton.triggerClick();
+    ASSERT_TRUE (pumpUntil ([&] { return ! h.player().hasTrack(); }, 1000));
+    EXPECT_FALSE (h.deck.transport.isEnabled());
+    EXPECT_EQ (h.deck.trackName.getText(), "No track selected.");
+
+    juce::AudioBuffer<float> buffer (2, 512);
+    for (int c = 0; c < 2; ++c)
+        juce::FloatVectorOperations::fill (buffer.getWritePointer (c), 0.7f, 512);
+    h.deck.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
+    EXPECT_EQ (buffer.getMagnitude (0, 512), 0.0f);
+    EXPECT_EQ (h.deck.positionSeconds.load(), 0.0);
+}
+
+TEST_F (TrackDeckTest, BadFilesAreReportedAndLeaveTheDeckUsable)
+{
+    const auto good = writeWav (temp.file ("good.wav"), 44100.0, 2, 44100, [] (int, int) { return 0.1f; });
+    ASSERT_TRUE (h.load (good));
+
+    // Not audio, with an audio extension; a truncated file; a missing one.
+    temp.file ("noise.wav").replaceWithText ("this is not a wave file");
+    const auto truncated = temp.file ("truncated.flac");
+    truncated.replaceWithData ("fLaC\0\0\0", 7);
+    h.deck.openFiles ({ temp.file ("noise.wav"), truncated, temp.file ("missing.wav") });
+    pumpMessages (50);
+    ASSERT_FALSE (alerts.shown.empty());
+    EXPECT_EQ (alerts.shown.back().title, "Error reading files");
+    EXPECT_EQ (alerts.shown.back().message, "3 files you selected could not be read.\n\nShow a list of these files?");
+
+    // Three channels.
+    alerts.shown.clear();
+    const auto surround = writeWav (temp.file ("surround.wav"), 44100.0, 3, 4410, [] (int, int) { return 0.1f; });
+    h.deck.openFiles ({ surround });
+    pumpMessages (50);
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    EXPECT_EQ (alerts.shown[0].message, "This audio file has too many channels, application can only handle mono and stereo files.");
+    EXPECT_EQ (h.player().getCurrentTrackPath(), good.getFullPathName()) << "the old track stays";
+
+    // No device.
+    alerts.shown.clear();
+    h.player().audioDeviceAvailable = false;
+    h.player().playButtonClicked();
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    EXPECT_EQ (alerts.shown[0].title, "Warning!");
+    EXPECT_EQ (alerts.shown[0].message, "Can't start playback. No audio output device selected.");
+    EXPECT_EQ (h.player().getState(), TransportState::Stopped);
+}
+
+TEST_F (TrackDeckTest, InvalidExtensionsGetTheExactQuestionAndList)
+{
+    const auto folder = temp.file ("dropped");
+    folder.createDirectory();
+    folder.getChildFile ("notes.txt").replaceWithText ("x");
+    folder.getChildFile (".hidden.txt").replaceWithText ("x");
+    writeWav (folder.getChildFile ("ok.wav"), 44100.0, 1, 441, [] (int, int) { return 0.0f; });
+
+    alerts.answer = true;
+    h.deck.openFiles ({ folder });
+    pumpMessages (50);
+    ASSERT_EQ (alerts.shown.size(), 2u);
+    EXPECT_EQ (alerts.shown[0].title, "Invalid Files");
+    EXPECT_EQ (alerts.shown[0].message, "1 file you selected could not be loaded.\nThe file extension is not a valid format.\n\n"
+                                        "Show a list of these files?\n\n");
+    EXPECT_EQ (alerts.shown[1].message, "The following file's extension is not a valid format.\n\nParent Directory:\n\n"
+                                            + folder.getChildFile ("notes.txt").getFullPathName() + "\r\n");
+    EXPECT_EQ (h.deck.playlist.getNumRows(), 1) << "the valid file still arrives";
+
+    alerts.shown.clear();
+    alerts.answer = false;
+    h.deck.openFiles ({ temp.file ("a.doc"), temp.file ("b.pdf") });
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    EXPECT_TRUE (alerts.shown[0].message.startsWith ("2 files you selected could not be loaded.\nThe file extensions are not"));
+}

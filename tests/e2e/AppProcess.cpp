@@ -1,0 +1,108 @@
+#include "e2e/AppProcess.h"
+
+#include <csignal>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace MarlodeTest
+{
+
+AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home)
+{
+    home.createDirectory();
+
+    std::vector<std::string> env;
+    for (char** e = environ; *e != nullptr; ++e)
+        if (std::strncmp (*e, "HOME=", 5) != 0)
+            env.emplace_back (*e);
+    env.push_back ("HOME=" + home.getFullPathName().toStdString());
+
+    std::vector<std::string> args { MARLODE_BINARY };
+    for (const auto& a : arguments)
+        args.push_back (a.toStdString());
+
+    std::vector<char*> argv, envp;
+    for (auto& a : args)
+        argv.push_back (a.data());
+    argv.push_back (nullptr);
+    for (auto& e : env)
+        envp.push_back (e.data());
+    envp.push_back (nullptr);
+
+    if (posix_spawn (&processId, MARLODE_BINARY, nullptr, nullptr, argv.data(), envp.data()) != 0)
+        processId = -1;
+}
+
+AppProcess::~AppProcess()
+{
+    if (processId > 0 && ! reaped)
+    {
+        ::kill (processId, SIGKILL);
+        ::waitpid (processId, &status, 0);
+    }
+}
+
+bool AppProcess::isRunning()
+{
+    if (processId <= 0 || reaped)
+        return false;
+
+    if (::waitpid (processId, &status, WNOHANG) == processId)
+    {
+        reaped = true;
+        return false;
+    }
+
+    return true;
+}
+
+int AppProcess::waitForExit (int timeoutMs)
+{
+    const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
+
+    while (isRunning())
+    {
+        if (juce::Time::getMillisecondCounter() > end)
+            return -1;
+        juce::Thread::sleep (20);
+    }
+
+    return (reaped && WIFEXITED (status)) ? WEXITSTATUS (status) : -1;
+}
+
+juce::String run (const juce::StringArray& command, int timeoutMs)
+{
+    juce::ChildProcess process;
+
+    if (! process.start (command))
+        return {};
+
+    const auto output = process.readAllProcessOutput();
+    process.waitForProcessToFinish (timeoutMs);
+    return output.trim();
+}
+
+juce::String findMainWindow (int timeoutMs)
+{
+    const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
+
+    while (juce::Time::getMillisecondCounter() < end)
+    {
+        const auto found = run ({ "xdotool", "search", "--onlyvisible", "--name", "^Marlode$" });
+        if (found.isNotEmpty())
+            return found.upToFirstOccurrenceOf ("\n", false, false).trim();
+        juce::Thread::sleep (100);
+    }
+
+    return {};
+}
+
+void clickAt (const juce::String& windowId, int x, int y)
+{
+    run ({ "xdotool", "mousemove", "--window", windowId, juce::String (x), juce::String (y), "click", "1" });
+}
+
+} // namespace MarlodeTest

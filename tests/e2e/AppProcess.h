@@ -1,0 +1,39 @@
+#pragma once
+
+#include <juce_core/juce_core.h>
+
+#include <sys/types.h>
+
+namespace MarlodeTest
+{
+
+/** The real Marlode binary, started with its own HOME; stopped by its PID if a test leaves it. */
+class AppProcess
+{
+public:
+    AppProcess (const juce::StringArray& arguments, const juce::File& home);
+    ~AppProcess();
+
+    [[nodiscard]] pid_t pid() const noexcept { return processId; }
+
+    /** Waits for the process to end; its exit status, or -1 on a timeout or a signal. */
+    int waitForExit (int timeoutMs);
+
+    [[nodiscard]] bool isRunning();
+
+private:
+    pid_t processId = -1;
+    int status = -1;
+    bool reaped = false;
+};
+
+/** Runs a short command (xdotool and the like) and returns what it printed, trimmed. */
+juce::String run (const juce::StringArray& command, int timeoutMs = 10000);
+
+/** The X window of the Marlode main window, waiting up to timeoutMs; empty when none came. */
+juce::String findMainWindow (int timeoutMs);
+
+/** Clicks at a point given in the window's own coordinates. */
+void clickAt (const juce::String& windowId, int x, int y);
+
+} // namespace MarlodeTest

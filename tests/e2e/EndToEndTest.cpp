@@ -1,0 +1,215 @@
+#include "e2e/AppProcess.h"
+#include "e2e/JackRecorder.h"
+#include "support/TestAudio.h"
+
+#include <juce_dsp/juce_dsp.h>
+
+#include <gtest/gtest.h>
+
+using namespace MarlodeTest;
+
+namespace
+{
+    // Where the layout puts things, for a main window of the given size: the framework's title
+    // bar and resize border around the content, the master strip above the deck.
+    struct Layout
+    {
+        int width, height;
+
+        juce::Point<int> deckOrigin() const { return { 4, 30 + 35 }; }
+        int deckWidth() const { return width - 8; }
+        int deckHeight() const { return height - 34 - 35; }
+
+        juce::Point<int> playButton() const
+        {
+            const int h = deckHeight(), iw = deckWidth() - 20, ih = h - 20 + 10;
+            const int upper = std::clamp ((int) (0.5f * (float) h), 300, h - 300);
+            const int strip = 25, uh = std::min (ih - strip, upper), bar = std::min (ih - strip - uh, 10);
+            const int ly = strip + uh + bar, lh = ih - ly, mw = 75, sp = iw - 150, ts = std::min (lh, 100);
+            const int rowTop = ly + lh - ts + 10 + 30, rowY = rowTop + (ly + lh - rowTop - 50) / 2;
+            const int transportX = mw + (sp - 400) / 2 + 5 + 210;
+            return deckOrigin() + juce::Point<int> (transportX + 50 + 25, rowY + 25);
+        }
+
+        juce::Point<int> stopButton() const { return playButton() + juce::Point<int> (50, 0); }
+        juce::Point<int> closeButton() const { return { width - 4 - 13, 4 + 11 }; }
+    };
+
+    Layout windowLayout (const juce::String& windowId)
+    {
+        const auto geometry = run ({ "xdotool", "getwindowgeometry", windowId }).fromLastOccurrenceOf ("Geometry:", false, false).trim();
+        return { geometry.upToFirstOccurrenceOf ("x", false, false).getIntValue(),
+                 geometry.fromFirstOccurrenceOf ("x", false, false).getIntValue() };
+    }
+
+    void click (const juce::String& windowId, juce::Point<int> p) { clickAt (windowId, p.x, p.y); }
+
+    struct Match
+    {
+        int fileOffset = -1; // where in the file the recording's first sounding sample lies
+        double correlation = 0.0;
+        int length = 0;
+    };
+
+    // Finds the recording's sounding part in the file by FFT cross-correlation, then measures the
+    // normalised correlation of the whole aligned stretch.
+    Match align (const std::vector<float>& recording, const juce::AudioBuffer<float>& file)
+    {
+        Match m;
+        const auto first = std::find_if (recording.begin(), recording.end(), [] (float s) { return std::abs (s) > 1.0e-4f; });
+        const auto last = std::find_if (recording.rbegin(), recording.rend(), [] (float s) { return std::abs (s) > 1.0e-4f; });
+        if (first == recording.end())
+            return m;
+
+        const auto start = (int) (first - recording.begin());
+        const auto end = (int) (recording.rend() - last);
+        const int probeLength = std::min (8192, end - start);
+        const int fileLength = file.getNumSamples();
+        const int order = juce::roundToInt (std::ceil (std::log2 ((double) (fileLength + probeLength))));
+        const int size = 1 << order;
+
+        juce::dsp::FFT fft (order);
+        std::vector<float> a ((size_t) size * 2, 0.0f), b ((size_t) size * 2, 0.0f);
+        std::copy (file.getReadPointer (0), file.getReadPointer (0) + fileLength, a.begin());
+        std::copy (recording.begin() + start, recording.begin() + start + probeLength, b.begin());
+        fft.performRealOnlyForwardTransform (a.data());
+        fft.performRealOnlyForwardTransform (b.data());
+
+        for (int k = 0; k < size; ++k)
+        {
+            const std::complex<float> x (a[(size_t) 2 * k], a[(size_t) 2 * k + 1]), y (b[(size_t) 2 * k], b[(size_t) 2 * k + 1]);
+            const auto product = x * std::conj (y);
+            a[(size_t) 2 * k] = product.real();
+            a[(size_t) 2 * k + 1] = product.imag();
+        }
+
+        fft.performRealOnlyInverseTransform (a.data());
+        m.fileOffset = (int) (std::max_element (a.begin(), a.begin() + (fileLength - probeLength)) - a.begin());
+
+        double sxy = 0.0, sxx = 0.0, syy = 0.0;
+        m.length = std::min (end - start, fileLength - m.fileOffset);
+        for (int i = 0; i < m.length; ++i)
+        {
+            const double x = recording[(size_t) (start + i)], y = file.getSample (0, m.fileOffset + i);
+            sxy += x * y;
+            sxx += x * x;
+            syy += y * y;
+        }
+
+        m.correlation = sxx > 0.0 && syy > 0.0 ? sxy / std::sqrt (sxx * syy) : 0.0;
+        return m;
+    }
+
+    float peak (const std::vector<float>& v)
+    {
+        float p = 0.0f;
+        for (auto s : v)
+            p = std::max (p, std::abs (s));
+        return p;
+    }
+
+    struct EndToEnd : ::testing::Test
+    {
+        TempFolder temp;
+        juce::File home = temp.file ("home");
+        JackRecorder recorder;
+        juce::File track;
+        juce::AudioBuffer<float> trackAudio;
+
+        void SetUp() override
+        {
+            if (std::getenv ("DISPLAY") == nullptr || std::getenv ("JACK_DEFAULT_SERVER") == nullptr)
+                GTEST_SKIP() << "needs the test run's Xvfb and JACK (scripts/with-test-env.sh)";
+
+            ASSERT_TRUE (recorder.isOpen());
+            track = writeWav (temp.file ("sweep.wav"), recorder.getSampleRate(), 2, (int) recorder.getSampleRate() * 10,
+                              [this] (int c, int i) { return sweep (c, i, recorder.getSampleRate()); });
+            trackAudio = readAll (track);
+        }
+
+        std::vector<float> record (int milliseconds)
+        {
+            recorder.restart();
+            juce::Thread::sleep (milliseconds);
+            return recorder.take()[0];
+        }
+
+        juce::File crashLog() const { return home.getChildFile (".config/Marlode/CrashLog.log"); }
+    };
+}
+
+TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
+{
+    AppProcess app ({ track.getFullPathName() }, home);
+    const auto window = findMainWindow (20000);
+    ASSERT_TRUE (window.isNotEmpty()) << "no Marlode window appeared";
+
+    const auto layout = windowLayout (window);
+    EXPECT_EQ (layout.width, 850);
+    EXPECT_EQ (layout.height, 720);
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
+
+    // Auto-Play is on by default: the file given on the command line plays at once.
+    juce::Thread::sleep (500);
+    const auto playing = align (record (1500), trackAudio);
+    ASSERT_GE (playing.fileOffset, 0) << "nothing sounded";
+    EXPECT_GT (playing.correlation, 0.99);
+    EXPECT_GT (playing.length, 40000);
+
+    // The play button pauses; nothing sounds while paused.
+    click (window, layout.playButton());
+    juce::Thread::sleep (300);
+    EXPECT_LT (peak (record (500)), 1.0e-6f);
+
+    // And resumes from where it paused.
+    click (window, layout.playButton());
+    juce::Thread::sleep (200);
+    const auto resumed = align (record (1000), trackAudio);
+    ASSERT_GE (resumed.fileOffset, 0) << "nothing sounded after resuming";
+    EXPECT_GT (resumed.correlation, 0.99);
+    EXPECT_GT (resumed.fileOffset, playing.fileOffset + playing.length - 2048);
+    EXPECT_LT (resumed.fileOffset, playing.fileOffset + playing.length + (int) recorder.getSampleRate());
+
+    click (window, layout.stopButton());
+    juce::Thread::sleep (300);
+    EXPECT_LT (peak (record (300)), 1.0e-6f);
+
+    const auto shot = juce::File::getCurrentWorkingDirectory().getChildFile ("marlode-main-window.png");
+    run ({ "ffmpeg", "-loglevel", "quiet", "-y", "-f", "x11grab", "-video_size", "1280x800", "-i",
+           juce::SystemStats::getEnvironmentVariable ("DISPLAY", ":0"), "-frames:v", "1", shot.getFullPathName() });
+
+    click (window, layout.closeButton());
+    EXPECT_EQ (app.waitForExit (10000), 0);
+    EXPECT_TRUE (crashLog().existsAsFile());
+    EXPECT_EQ (crashLog().getSize(), 0);
+}
+
+TEST_F (EndToEnd, ASecondLaunchHandsItsFileToTheFirstAndQuitWhilePlayingStopsFirst)
+{
+    AppProcess first ({}, home);
+    const auto window = findMainWindow (20000);
+    ASSERT_TRUE (window.isNotEmpty());
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    EXPECT_LT (peak (record (300)), 1.0e-6f) << "no track, no sound";
+
+    AppProcess second ({ track.getFullPathName() }, home);
+    EXPECT_EQ (second.waitForExit (10000), 0) << "the second launch should hand over and leave";
+    EXPECT_TRUE (first.isRunning());
+
+    juce::Thread::sleep (500);
+    const auto heard = align (record (1000), trackAudio);
+    ASSERT_GE (heard.fileOffset, 0) << "the handed-over file didn't play";
+    EXPECT_GT (heard.correlation, 0.99);
+
+    // Closing while it plays: the deck stops first, then the process ends normally.
+    click (window, windowLayout (window).closeButton());
+    EXPECT_EQ (first.waitForExit (10000), 0);
+    EXPECT_EQ (crashLog().getSize(), 0);
+}
+
+int main (int argc, char** argv)
+{
+    ::testing::InitGoogleTest (&argc, argv);
+    juce::ScopedJuceInitialiser_GUI juce;
+    return RUN_ALL_TESTS();
+}

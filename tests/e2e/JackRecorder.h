@@ -1,0 +1,41 @@
+#pragma once
+
+#include <jack/jack.h>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+namespace MarlodeTest
+{
+
+/** A JACK client with two inputs that records what another client's outputs play. Its buffer is
+    allocated up front, so the process callback does nothing but copy. */
+class JackRecorder
+{
+public:
+    explicit JackRecorder (double maxSeconds = 60.0);
+    ~JackRecorder();
+
+    [[nodiscard]] bool isOpen() const noexcept { return client != nullptr; }
+    [[nodiscard]] double getSampleRate() const noexcept;
+
+    /** Connects our inputs to `<clientName>:out_1` and `out_2`, waiting up to timeoutMs for them. */
+    bool connectTo (const std::string& clientName, int timeoutMs);
+
+    /** Starts a new recording from now. */
+    void restart() noexcept;
+
+    /** What was recorded since restart(), per channel. */
+    std::vector<std::vector<float>> take() const;
+
+private:
+    static int process (jack_nframes_t frames, void* self);
+
+    jack_client_t* client = nullptr;
+    jack_port_t* inputs[2] {};
+    std::vector<float> data[2];
+    std::atomic<size_t> written { 0 };
+};
+
+} // namespace MarlodeTest

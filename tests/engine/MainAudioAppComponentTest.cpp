@@ -1,0 +1,134 @@
+#include "engine/MainAudioAppComponent.h"
+#include "support/DeckHarness.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode;
+using namespace MarlodeTest;
+
+namespace
+{
+    struct MasterPathTest : ::testing::Test
+    {
+        TempFolder temp;
+        AlertRecorder alerts;
+        MainAudioAppComponent app { false };
+        juce::AudioBuffer<float> buffer { 2, 512 };
+
+        void SetUp() override
+        {
+            app.setSize (850, 720);
+            app.prepareToPlay (512, 44100.0);
+        }
+
+        // One device block, its buffer filled with `marker` first so an uncalled stage shows.
+        float block (float marker = 0.9f)
+        {
+            for (int c = 0; c < 2; ++c)
+                juce::FloatVectorOperations::fill (buffer.getWritePointer (c), marker, 512);
+            app.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
+            return buffer.getSample (0, 100);
+        }
+
+        void playConstant (MainComponent& deck, float value)
+        {
+            deck.trackDeck.audioDeviceAvailable = true;
+            deck.waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
+            const auto f = writeWav (temp.file (juce::String (value) + ".wav"), 44100.0, 2, 44100 * 10,
+                                     [value] (int, int) { return value; });
+            deck.openFiles ({ f });
+            ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.hasTrack(); }, 2000));
+            ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.transportSource.getNumBufferedSamples() > 4096; }, 2000));
+            deck.trackDeck.playButtonClicked();
+            ASSERT_TRUE (pumpUntil ([&] { return deck.isPlaying.load(); }, 1000));
+        }
+    };
+}
+
+TEST_F (MasterPathTest, ExactlyOneDeckSoundsAndThePreviousOneHandsOver)
+{
+    auto* first = app.getCurrentDeck();
+    ASSERT_NE (first, nullptr);
+    playConstant (*first, 0.25f);
+    EXPECT_FLOAT_EQ (block(), 0.25f);
+
+    // A second deck becomes current while the first plays: the first keeps the output.
+    app.addDeck (nullptr);
+    ASSERT_EQ (app.getNumDecks(), 2);
+    auto* second = app.getCurrentDeck();
+    ASSERT_NE (second, first);
+    EXPECT_EQ (app.previousDeck.load(), first);
+    EXPECT_TRUE (app.deckButtons[0]->isVisible()) << "the tab row shows with two decks";
+
+    // The tab change paused the first deck; until its stop lands it still sounds.
+    EXPECT_EQ (first->trackDeck.getState(), TransportState::Pausing);
+    std::atomic<bool> done { false };
+    std::thread audio ([&] { while (! done) { block(); juce::Thread::sleep (2); } });
+    ASSERT_TRUE (pumpUntil ([&] { return first->trackDeck.getState() == TransportState::Paused; }, 2000));
+    done = true;
+    audio.join();
+
+    // First block after the stop: no deck is called, the block is silent and the hand-over ends.
+    EXPECT_EQ (block(), 0.0f);
+    EXPECT_EQ (app.previousDeck.load(), nullptr);
+
+    // From then on the current deck sounds.
+    playConstant (*second, 0.5f);
+    EXPECT_FLOAT_EQ (block(), 0.5f);
+}
+
+TEST_F (MasterPathTest, BusyDecksMuteAndGainAfterTheDeck)
+{
+    auto* deck = app.getCurrentDeck();
+    playConstant (*deck, 0.5f);
+
+    app.volumeAndPan.volumeSlider.setValue (0.5, juce::sendNotificationSync);
+    app.volumeAndPan.panSlider.setValue (45.0, juce::sendNotificationSync);
+    block();
+    EXPECT_FLOAT_EQ (buffer.getSample (0, 10), 0.125f);
+    EXPECT_FLOAT_EQ (buffer.getSample (1, 10), 0.25f);
+
+    app.decksBusy = true;
+    EXPECT_EQ (block(), 0.0f);
+    app.decksBusy = false;
+
+    // Muted: silence, and the lights fall along their ramp rather than at once.
+    app.volumeAndPan.muteButton.setToggleState (true, juce::sendNotificationSync);
+    EXPECT_EQ (block(), 0.0f);
+    EXPECT_EQ (app.levelLights.measurement.getLevelDb (0), -100.0f);
+    EXPECT_GT (app.levelLights.measurement.getDisplayedDb (0), -100.0f);
+}
+
+TEST_F (MasterPathTest, DeviceLossPausesAPlayingDeck)
+{
+    auto* deck = app.getCurrentDeck();
+    playConstant (*deck, 0.5f);
+    std::atomic<bool> done { false };
+    std::thread audio ([&] { while (! done) { block(); juce::Thread::sleep (2); } });
+
+    // The device manager has no device here: its change message means the device has gone.
+    app.changeListenerCallback (&app.deviceManager);
+    EXPECT_FALSE (deck->trackDeck.audioDeviceAvailable);
+    ASSERT_TRUE (pumpUntil ([&] { return deck->trackDeck.getState() == TransportState::Paused; }, 2000));
+    done = true;
+    audio.join();
+    EXPECT_GT (deck->trackDeck.transportPosition(), 0.0) << "the position is kept";
+    EXPECT_EQ (MainAudioAppComponent::currentOutputDeviceName(), "None");
+}
+
+TEST_F (MasterPathTest, QuitWhilePlayingStopsTheDeckFirst)
+{
+    auto* deck = app.getCurrentDeck();
+    playConstant (*deck, 0.5f);
+    bool quitCalled = false;
+    deck->trackDeck.onQuitWhenStopped = [&] { quitCalled = true; };
+
+    std::atomic<bool> done { false };
+    std::thread audio ([&] { while (! done) { block(); juce::Thread::sleep (2); } });
+    app.requestQuit();
+    EXPECT_FALSE (quitCalled) << "the loop ends from the stop, not before it";
+    ASSERT_TRUE (pumpUntil ([&] { return quitCalled; }, 2000));
+    done = true;
+    audio.join();
+    EXPECT_EQ (deck->trackDeck.getState(), TransportState::Stopped);
+}

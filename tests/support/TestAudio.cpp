@@ -1,0 +1,90 @@
+#include "support/TestAudio.h"
+
+#include <cmath>
+
+namespace MarlodeTest
+{
+
+TempFolder::TempFolder()
+{
+    folder = juce::File::getSpecialLocation (juce::File::tempDirectory)
+                 .getChildFile ("marlode-test-" + juce::String::toHexString (juce::Random::getSystemRandom().nextInt64()));
+    folder.createDirectory();
+}
+
+TempFolder::~TempFolder()
+{
+    folder.deleteRecursively();
+}
+
+juce::File writeWav (const juce::File& file, double sampleRate, int channels, int numSamples,
+                     const std::function<float (int, int)>& generator, int bitsPerSample)
+{
+    juce::AudioBuffer<float> buffer (channels, numSamples);
+
+    for (int c = 0; c < channels; ++c)
+        for (int i = 0; i < numSamples; ++i)
+            buffer.setSample (c, i, generator (c, i));
+
+    file.deleteFile();
+    juce::WavAudioFormat wav;
+    auto* stream = file.createOutputStream().release();
+    std::unique_ptr<juce::AudioFormatWriter> writer (wav.createWriterFor (stream, sampleRate, (unsigned) channels,
+                                                                          bitsPerSample, {}, 0));
+    if (writer == nullptr)
+    {
+        delete stream;
+        return {};
+    }
+
+    writer->writeFromAudioSampleBuffer (buffer, 0, numSamples);
+    return file;
+}
+
+float sweep (int channel, int index, double sampleRate)
+{
+    const auto t = (double) index / sampleRate;
+    const auto base = channel == 0 ? 220.0 : 330.0;
+    // Instantaneous frequency base + 40 t: phase is its integral.
+    return (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * (base * t + 20.0 * t * t)));
+}
+
+juce::AudioBuffer<float> readAll (const juce::File& file, double* sampleRate)
+{
+    juce::AudioFormatManager formats;
+    formats.registerBasicFormats();
+    std::unique_ptr<juce::AudioFormatReader> reader (formats.createReaderFor (file));
+
+    if (reader == nullptr)
+        return {};
+
+    juce::AudioBuffer<float> buffer ((int) reader->numChannels, (int) reader->lengthInSamples);
+    reader->read (&buffer, 0, buffer.getNumSamples(), 0, true, true);
+
+    if (sampleRate != nullptr)
+        *sampleRate = reader->sampleRate;
+
+    return buffer;
+}
+
+void pumpMessages (int milliseconds)
+{
+    juce::MessageManager::getInstance()->runDispatchLoopUntil (milliseconds);
+}
+
+bool pumpUntil (const std::function<bool()>& condition, int timeoutMs)
+{
+    const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
+
+    while (! condition())
+    {
+        if (juce::Time::getMillisecondCounter() > end)
+            return false;
+
+        pumpMessages (5);
+    }
+
+    return true;
+}
+
+} // namespace MarlodeTest

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <juce_audio_formats/juce_audio_formats.h>
+
+#include <functional>
+
+namespace MarlodeTest
+{
+
+/** A private folder for one test's files, removed afterwards. */
+struct TempFolder
+{
+    TempFolder();
+    ~TempFolder();
+    juce::File file (const juce::String& name) const { return folder.getChildFile (name); }
+    juce::File folder;
+};
+
+/** Writes a WAV whose sample i of channel c is `generator (c, i)`. */
+juce::File writeWav (const juce::File& file, double sampleRate, int channels, int numSamples,
+                     const std::function<float (int channel, int index)>& generator, int bitsPerSample = 24);
+
+/** A sine with a slowly changing frequency, different per channel: no two places look alike,
+    so alignment by correlation has one clear answer. */
+float sweep (int channel, int index, double sampleRate);
+
+/** Reads a whole audio file. */
+juce::AudioBuffer<float> readAll (const juce::File& file, double* sampleRate = nullptr);
+
+/** Pumps the message loop for this long. */
+void pumpMessages (int milliseconds);
+
+/** Pumps the message loop until `condition` holds or `timeoutMs` passes; returns the condition. */
+bool pumpUntil (const std::function<bool()>& condition, int timeoutMs);
+
+} // namespace MarlodeTest
