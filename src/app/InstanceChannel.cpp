@@ -55,7 +55,7 @@ InstanceChannel::~InstanceChannel()
     if (listenFd >= 0)
     {
         ::close (listenFd);
-        socketFile.deleteFile();
+        ::unlink (socketFile.getFullPathName().toRawUTF8());
     }
 }
 
@@ -167,7 +167,7 @@ InstanceChannel::Role InstanceChannel::claim (const juce::String& commandLine)
         // another launch bound it a moment ago. Removing it is safe in both cases only when a
         // connect is refused, so look again before unlinking.
         if (isStale())
-            socketFile.deleteFile();
+            ::unlink (socketFile.getFullPathName().toRawUTF8());
 
         juce::Thread::sleep (50);
     }

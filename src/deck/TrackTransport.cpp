@@ -25,6 +25,7 @@ public:
         : source (src),
           thread (readThread),
           ratio (sourceRateIn > 0.0 && deviceRateIn > 0.0 ? sourceRateIn / deviceRateIn : 1.0),
+          inverseRatio (sourceRateIn > 0.0 && deviceRateIn > 0.0 ? deviceRateIn / sourceRateIn : 1.0),
           ring (ringChannels, juce::jmax (capacityFrames, readChunkFrames * 2)),
           scratch (ringChannels, readChunkFrames)
     {
@@ -64,6 +65,7 @@ public:
     juce::int64 getTotalSourceLength() const noexcept { return source.getTotalLength(); }
     bool isLooping() const noexcept { return source.isLooping(); }
     double getRatio() const noexcept { return ratio; }
+    double getInverseRatio() const noexcept { return inverseRatio; }
 
     int getNumBuffered() const noexcept
     {
@@ -189,7 +191,8 @@ public:
 private:
     juce::PositionableAudioSource& source;
     juce::TimeSliceThread& thread;
-    const double ratio; // source samples per device sample
+    const double ratio;        // source samples per device sample
+    const double inverseRatio; // device samples per source sample, kept apart so lengths come out whole
     std::unique_ptr<juce::ResamplingAudioSource> resampler;
 
     juce::AudioBuffer<float> ring;
@@ -321,7 +324,7 @@ void TrackTransport::setNextReadPosition (juce::int64 devicePosition) noexcept
 juce::int64 TrackTransport::getNextReadPosition() const noexcept
 {
     if (auto* s = stream.load())
-        return (juce::int64) ((double) s->getSourcePosition() / s->getRatio());
+        return (juce::int64) ((double) s->getSourcePosition() * s->getInverseRatio());
 
     return 0;
 }
@@ -329,7 +332,7 @@ juce::int64 TrackTransport::getNextReadPosition() const noexcept
 juce::int64 TrackTransport::getTotalLength() const noexcept
 {
     if (auto* s = stream.load())
-        return (juce::int64) ((double) s->getTotalSourceLength() / s->getRatio());
+        return (juce::int64) ((double) s->getTotalSourceLength() * s->getInverseRatio());
 
     return 0;
 }

@@ -21,10 +21,28 @@ namespace
     }
 }
 
+TransportComponent::PlayPauseButton::PlayPauseButton()
+    : juce::ShapeButton ("Play Button", juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey),
+      playShape (triangleRight()),
+      pauseShape (pauseBars())
+{
+    setShape (playShape, false, true, false);
+}
+
+void TransportComponent::PlayPauseButton::buttonStateChanged()
+{
+    // The deck sets the toggle without notification, which still lands here.
+    if (getToggleState() != showingPause)
+    {
+        showingPause = getToggleState();
+        setShape (showingPause ? pauseShape : playShape, false, true, false);
+    }
+
+    juce::ShapeButton::buttonStateChanged();
+}
+
 TransportComponent::TransportComponent()
 {
-    playShape = triangleRight();
-
     stopShape.addRectangle (0.0f, 0.0f, 1.0f, 1.0f);
 
     nextShape.addTriangle (0.0f, 0.0f, 0.0f, 1.0f, 0.7f, 0.5f);
@@ -33,21 +51,11 @@ TransportComponent::TransportComponent()
     previousShape.addRectangle (0.0f, 0.0f, 0.2f, 1.0f);
     previousShape.addTriangle (0.95f, 0.0f, 0.95f, 1.0f, 0.25f, 0.5f);
 
-    playButton.setShape (playShape, false, true, false);
-    playButton.setOnColours (juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey);
-    playButton.shouldUseOnColours (true);
     stopButton.setShape (stopShape, false, true, false);
     skipForwardButton.setShape (nextShape, false, true, false);
     skipBackwardButton.setShape (previousShape, false, true, false);
 
-    // The deck sets the toggle without notification when it starts or stops playing.
-    playButton.onStateChange = [this]
-    {
-        const auto shape = playButton.getToggleState() ? pauseBars() : playShape;
-        playButton.setShape (shape, false, true, false);
-    };
-
-    for (auto* b : { &skipBackwardButton, &playButton, &stopButton, &skipForwardButton })
+    for (juce::ShapeButton* b : { static_cast<juce::ShapeButton*> (&skipBackwardButton), static_cast<juce::ShapeButton*> (&playButton), &stopButton, &skipForwardButton })
     {
         b->setWantsKeyboardFocus (false);
         b->setMouseClickGrabsKeyboardFocus (false);
@@ -63,7 +71,7 @@ void TransportComponent::resized()
     const auto cellWidth = getWidth() / 4;
     int x = 0;
 
-    for (auto* b : { &skipBackwardButton, &playButton, &stopButton, &skipForwardButton })
+    for (juce::ShapeButton* b : { static_cast<juce::ShapeButton*> (&skipBackwardButton), static_cast<juce::ShapeButton*> (&playButton), &stopButton, &skipForwardButton })
     {
         b->setBounds (juce::Rectangle<int> (x, 0, cellWidth, getHeight()).reduced (12, 12));
         x += cellWidth;

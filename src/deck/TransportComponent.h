@@ -14,14 +14,26 @@ public:
 
     void resized() override;
 
-    juce::ShapeButton playButton { "Play Button", juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey };
+    /** Shows the play symbol, or the pause symbol while its toggle is on (the deck plays). */
+    class PlayPauseButton : public juce::ShapeButton
+    {
+    public:
+        PlayPauseButton();
+        void buttonStateChanged() override;
+
+    private:
+        juce::Path playShape, pauseShape;
+        bool showingPause = false;
+    };
+
+    PlayPauseButton playButton;
     juce::ShapeButton stopButton { "Stop Button", juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey };
     juce::ShapeButton skipForwardButton { "Skip Forward", juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey };
     juce::ShapeButton skipBackwardButton { "Skip Backward", juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey };
 
 
 private:
-    juce::Path playShape, stopShape, nextShape, previousShape;
+    juce::Path stopShape, nextShape, previousShape;
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (TransportComponent)
 };

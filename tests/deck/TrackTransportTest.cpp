@@ -124,7 +124,7 @@ TEST_F (TransportFixture, ResamplesToTheDeviceRateAndReportsDevicePositions)
     EXPECT_EQ (transport.getTotalLength(), 44100);
     EXPECT_NEAR (transport.getLengthInSeconds(), 1.0, 1e-9);
 
-    waitForBuffer (block * 30);
+    waitForBuffer (block * 41);
     transport.start();
 
     int crossings = 0;
