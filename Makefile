@@ -25,7 +25,7 @@ test: build
 	scripts/with-test-env.sh ctest --test-dir $(BUILD_DIR) --output-on-failure --timeout 600
 
 bench: build
-	$(BUILD_DIR)/marlode_bench
+	$(BUILD_DIR)/marlode_bench --benchmark_color=false
 
 clean:
 	rm -rf $(BUILD_DIR)

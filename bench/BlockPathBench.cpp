@@ -61,6 +61,12 @@ namespace
         deck->trackDeck.playButtonClicked();
         juce::MessageManager::getInstance()->runDispatchLoopUntil (100);
 
+        if (deck->trackDeck.getState() != Marlode::TransportState::Playing)
+        {
+            state.SkipWithError ("the deck didn't start playing");
+            return;
+        }
+
         auto& transport = deck->trackDeck.transportSource;
         juce::AudioBuffer<float> buffer (2, blockSize);
         const juce::AudioSourceChannelInfo info (&buffer, 0, blockSize);
@@ -70,8 +76,6 @@ namespace
             waitIfDrained (state, [&] { return transport.getNumBufferedSamples(); });
             app.getNextAudioBlock (info);
             benchmark::DoNotOptimize (buffer.getReadPointer (0));
-            if (transport.hasStreamFinished())
-                transport.setNextReadPosition (0);
         }
 
         addRealTimeFactor (state);
@@ -81,35 +85,27 @@ namespace
     {
         juce::AudioFormatManager formats;
         formats.registerBasicFormats();
-        juce::AudioFormatReaderSource source (formats.createReaderFor (makeTrack()), true);
+        auto* reader = formats.createReaderFor (makeTrack());
+        const auto length = (int) reader->lengthInSamples;
+        juce::AudioFormatReaderSource source (reader, true);
         juce::TimeSliceThread thread ("baseline read-ahead");
         thread.startThread();
+
+        // The whole file is buffered before timing starts, so no block waits for the disk.
+        juce::BufferingAudioSource buffering (&source, thread, false, length, 2);
         juce::AudioTransportSource transport;
-        transport.setSource (&source, 32768, &thread, rate);
+        transport.setSource (&buffering);
         transport.prepareToPlay (blockSize, rate);
+        juce::Thread::sleep (2000);
         transport.start();
 
         juce::AudioBuffer<float> buffer (2, blockSize);
         const juce::AudioSourceChannelInfo info (&buffer, 0, blockSize);
-        juce::int64 played = 0;
 
         for (auto _ : state)
         {
-            // JUCE's buffer doesn't tell its fill; wait for the reader by position instead.
-            if (++played % 32 == 0)
-            {
-                state.PauseTiming();
-                juce::Thread::sleep (15);
-                state.ResumeTiming();
-            }
-
             transport.getNextAudioBlock (info);
             benchmark::DoNotOptimize (buffer.getReadPointer (0));
-            if (transport.hasStreamFinished())
-            {
-                transport.setPosition (0.0);
-                transport.start();
-            }
         }
 
         transport.setSource (nullptr);
@@ -124,17 +120,18 @@ namespace
         {
             ConsoleReporter::ReportRuns (runs);
             for (const auto& run : runs)
-                if (auto it = run.counters.find ("realtime_factor"); it != run.counters.end())
-                    factors[run.benchmark_name()] = it->second.value;
+                if (run.aggregate_name == "median")
+                    if (auto it = run.counters.find ("realtime_factor"); it != run.counters.end())
+                        factors[run.run_name.function_name] = it->second.value;
         }
 
         void Finalize() override
         {
             ConsoleReporter::Finalize();
             const auto baseline = factors.find ("BaselineJuceTransport");
-            std::printf ("\n%-28s %16s %18s\n", "path", "real-time factor", "vs JUCE transport");
+            std::printf ("\n%-28s %24s %18s\n", "path (median of 5)", "real-time factor", "vs JUCE transport");
             for (const auto& [name, factor] : factors)
-                std::printf ("%-28s %16.1f %17.2fx\n", name.c_str(), factor,
+                std::printf ("%-28s %24.0f %17.2fx\n", name.c_str(), factor,
                              baseline != factors.end() && baseline->second > 0 ? factor / baseline->second : 0.0);
         }
 
@@ -143,8 +140,9 @@ namespace
     };
 }
 
-BENCHMARK (DeckAndMasterPath)->Unit (benchmark::kMicrosecond)->MinTime (2.0);
-BENCHMARK (BaselineJuceTransport)->Unit (benchmark::kMicrosecond)->MinTime (2.0);
+// 2000 blocks (23 s of audio) fit in the 30 s file, so neither path runs past its end.
+BENCHMARK (DeckAndMasterPath)->Unit (benchmark::kMicrosecond)->Iterations (2000)->Repetitions (5)->ReportAggregatesOnly (true);
+BENCHMARK (BaselineJuceTransport)->Unit (benchmark::kMicrosecond)->Iterations (2000)->Repetitions (5)->ReportAggregatesOnly (true);
 
 int main (int argc, char** argv)
 {
