@@ -82,31 +82,40 @@ juce::String InstanceChannel::makeCommandLine (int argc, const char* const* argv
     return parts.joinIntoString (" ");
 }
 
-bool InstanceChannel::sendTo (const juce::String& commandLine) const
+int InstanceChannel::connectToFirst (int& error) const
 {
     sockaddr_un address;
+    error = 0;
 
     if (! makeAddress (socketFile, address))
-        return false;
+        return -1;
 
     const auto fd = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+
+    if (fd < 0 || ::connect (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) == 0)
+        return fd;
+
+    error = errno;
+    ::close (fd);
+    return -1;
+}
+
+bool InstanceChannel::sendTo (const juce::String& commandLine) const
+{
+    int error = 0;
+    const auto fd = connectToFirst (error);
 
     if (fd < 0)
         return false;
 
-    bool sent = false;
+    const auto utf8 = commandLine.toStdString();
+    const auto sent = writeAll (fd, utf8.data(), utf8.size());
+    ::shutdown (fd, SHUT_WR);
 
-    if (::connect (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) == 0)
+    // Wait for the first instance to close its side: it has the whole line then.
+    char ack;
+    while (::recv (fd, &ack, 1, 0) > 0)
     {
-        const auto utf8 = commandLine.toStdString();
-        sent = writeAll (fd, utf8.data(), utf8.size());
-        ::shutdown (fd, SHUT_WR);
-
-        // Wait for the first instance to close its side: it has the whole line then.
-        char ack;
-        while (::recv (fd, &ack, 1, 0) > 0)
-        {
-        }
     }
 
     ::close (fd);
@@ -115,19 +124,14 @@ bool InstanceChannel::sendTo (const juce::String& commandLine) const
 
 bool InstanceChannel::isStale() const
 {
-    sockaddr_un address;
+    int error = 0;
+    const auto fd = connectToFirst (error);
 
-    if (! makeAddress (socketFile, address))
-        return false;
+    // A live instance takes this as an empty line and ignores it.
+    if (fd >= 0)
+        ::close (fd);
 
-    const auto fd = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-
-    if (fd < 0)
-        return false;
-
-    const auto refused = ::connect (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) != 0 && errno == ECONNREFUSED;
-    ::close (fd);
-    return refused;
+    return error == ECONNREFUSED;
 }
 
 InstanceChannel::Role InstanceChannel::claim (const juce::String& commandLine)

@@ -47,6 +47,7 @@ public:
 
 private:
     void run() override;
+    int connectToFirst (int& error) const; // a connected socket, or -1 with the connect's errno
     bool sendTo (const juce::String& commandLine) const;
     bool isStale() const;
     void serve (int connection);

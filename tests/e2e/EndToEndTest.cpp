@@ -148,6 +148,8 @@ TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
     const auto layout = windowLayout (window);
     EXPECT_EQ (layout.width, 850);
     EXPECT_EQ (layout.height, 720);
+    const auto position = run ({ "xdotool", "getwindowgeometry", window }).fromFirstOccurrenceOf ("Position:", false, false).trim();
+    EXPECT_TRUE (position.startsWith ("215,40")) << "centred on the 1280 x 800 display, got " << position;
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
 
     // Auto-Play is on by default: the file given on the command line plays at once.
