@@ -1,5 +1,5 @@
 #include "e2e/AppProcess.h"
-#include "e2e/JackRecorder.h"
+#include "support/JackRecorder.h"
 #include "support/TestAudio.h"
 
 #include <juce_dsp/juce_dsp.h>

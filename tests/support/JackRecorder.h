@@ -10,11 +10,12 @@ namespace MarlodeTest
 {
 
 /** A JACK client with two inputs that records what another client's outputs play. Its buffer is
-    allocated up front, so the process callback does nothing but copy. */
+    allocated up front, so the process callback does nothing but copy. To the device layer it
+    also looks like an output device of its own name. */
 class JackRecorder
 {
 public:
-    explicit JackRecorder (double maxSeconds = 60.0);
+    explicit JackRecorder (const std::string& clientName = "marlode-e2e-recorder", double maxSeconds = 60.0);
     ~JackRecorder();
 
     [[nodiscard]] bool isOpen() const noexcept { return client != nullptr; }

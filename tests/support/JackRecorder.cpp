@@ -1,4 +1,4 @@
-#include "e2e/JackRecorder.h"
+#include "support/JackRecorder.h"
 
 #include <algorithm>
 #include <chrono>
@@ -7,9 +7,9 @@
 namespace MarlodeTest
 {
 
-JackRecorder::JackRecorder (double maxSeconds)
+JackRecorder::JackRecorder (const std::string& clientName, double maxSeconds)
 {
-    client = jack_client_open ("marlode-e2e-recorder", JackNoStartServer, nullptr);
+    client = jack_client_open (clientName.c_str(), JackNoStartServer, nullptr);
 
     if (client == nullptr)
         return;
