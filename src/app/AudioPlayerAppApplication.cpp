@@ -3,6 +3,7 @@
 #include "app/CrashHandler.h"
 #include "app/InstanceChannel.h"
 #include "engine/MainAudioAppComponent.h"
+#include "ui/DesktopWindowComponent.h"
 
 using namespace Marlode;
 
@@ -99,6 +100,12 @@ void AudioPlayerAppApplication::MainWindow::activeWindowStatusChanged()
         if (auto* content = getContent())
             if (auto* deck = content->getCurrentDeck())
                 deck->restoreFocus();
+}
+
+void AudioPlayerAppApplication::MainWindow::minimisationStateChanged (bool isNowMinimised)
+{
+    if (! isNowMinimised)
+        DesktopWindowComponent::restoreOpenWindows();
 }
 
 MainAudioAppComponent* AudioPlayerAppApplication::MainWindow::getContent() const

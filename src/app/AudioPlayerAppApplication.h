@@ -37,6 +37,7 @@ public:
 
         void closeButtonPressed() override;
         void activeWindowStatusChanged() override;
+        void minimisationStateChanged (bool isNowMinimised) override;
 
         [[nodiscard]] Marlode::MainAudioAppComponent* getContent() const;
 

@@ -3,7 +3,11 @@
 namespace Marlode
 {
 
-DeckFXWindow::DeckFXWindow() = default;
+DeckFXWindow::DeckFXWindow() : DesktopWindowComponent ("FX", { 0, 0, 1000, 290 }, nullptr)
+{
+    // It lives inside the deck's upper panel, under the deck's own panel buttons.
+    hasTitleBar = false;
+}
 
 void DeckFXWindow::prepare (double sampleRate, int, int)
 {
@@ -12,11 +16,6 @@ void DeckFXWindow::prepare (double sampleRate, int, int)
 
 void DeckFXWindow::process (const juce::AudioSourceChannelInfo&) noexcept
 {
-}
-
-void DeckFXWindow::paint (juce::Graphics& g)
-{
-    g.fillAll (juce::Colour (0xff4b4b4b));
 }
 
 } // namespace Marlode

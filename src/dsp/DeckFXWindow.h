@@ -1,7 +1,8 @@
 #pragma once
 
+#include "ui/DesktopWindowComponent.h"
+
 #include <juce_audio_basics/juce_audio_basics.h>
-#include <juce_gui_basics/juce_gui_basics.h>
 
 #include <atomic>
 
@@ -15,15 +16,13 @@ namespace Marlode
 
     process() and the toggles' reads run on the audio thread; the rest on the message thread.
 */
-class DeckFXWindow : public juce::Component
+class DeckFXWindow : public DesktopWindowComponent
 {
 public:
     DeckFXWindow();
 
     void prepare (double sampleRate, int blockSize, int numChannels);
     void process (const juce::AudioSourceChannelInfo&) noexcept;
-
-    void paint (juce::Graphics&) override;
 
     // The time stretch button's state: the message thread writes, the deck's block reads.
     std::atomic<bool> timeStretchOn { false };

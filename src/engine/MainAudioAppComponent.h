@@ -85,7 +85,7 @@ public:
     juce::ApplicationCommandManager commandManager;
     PopupDisplayComponent* activePopup = nullptr;
 
-    static constexpr int titleAreaHeight = 35;
+    static constexpr int titleAreaHeight = 50;
 
 private:
     void timerCallback() override;

@@ -3,19 +3,25 @@
 namespace Marlode
 {
 
+MasterGainStage::Balance MasterGainStage::balanceFor (double value) noexcept
+{
+    Balance b;
+    b.pan = (2.0 * (value + 90.0)) / 180.0 - 1.0;
+
+    if (b.pan < 0.0)
+        b.right = b.pan + 1.0;
+    else if (b.pan > 0.0)
+        b.left = 1.0 - b.pan;
+
+    return b;
+}
+
 void MasterGainStage::setPanFromSlider (double value) noexcept
 {
-    const auto pan = (2.0 * (value + 90.0)) / 180.0 - 1.0;
-    double left = 1.0, right = 1.0;
-
-    if (pan < 0.0)
-        right = pan + 1.0;
-    else if (pan > 0.0)
-        left = 1.0 - pan;
-
-    panPosition.store (pan, std::memory_order_relaxed);
-    leftGain.store (left, std::memory_order_relaxed);
-    rightGain.store (right, std::memory_order_relaxed);
+    const auto b = balanceFor (value);
+    panPosition.store (b.pan, std::memory_order_relaxed);
+    leftGain.store (b.left, std::memory_order_relaxed);
+    rightGain.store (b.right, std::memory_order_relaxed);
 }
 
 void MasterGainStage::process (const juce::AudioSourceChannelInfo& info) const noexcept

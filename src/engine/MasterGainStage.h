@@ -23,6 +23,14 @@ public:
     void setMuted (bool shouldBeMuted) noexcept { muted.store (shouldBeMuted, std::memory_order_relaxed); }
     void setGain (double sliderValue) noexcept { masterGain.store ((float) sliderValue, std::memory_order_relaxed); }
 
+    /** A pan slider position, -90 (left) to +90 (right), as balance factors. */
+    struct Balance
+    {
+        double pan = 0.0, left = 1.0, right = 1.0;
+    };
+
+    [[nodiscard]] static Balance balanceFor (double sliderValue) noexcept;
+
     /** Takes the pan slider's value, -90 (left) to +90 (right). */
     void setPanFromSlider (double value) noexcept;
 

@@ -1,5 +1,7 @@
 #include "playlist/PlaylistComponent.h"
+#include "app/AppGlobals.h"
 #include "ui/Alerts.h"
+#include "ui/PopupTextWindow.h"
 
 namespace Marlode
 {
@@ -69,7 +71,7 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
                               for (const auto& f : failed)
                                   list << f << "\r\n";
 
-                              Alerts::warning ("Invalid Files", list);
+                              new PopupTextWindow ("Invalid Files", list, mainDocumentWindow);
                           });
     }
 

@@ -3,7 +3,7 @@
 namespace Marlode
 {
 
-SondrelLookAndFeel::SondrelLookAndFeel() : juce::LookAndFeel_V4 (juce::LookAndFeel_V4::getDarkColourScheme())
+SondrelLookAndFeel::SondrelLookAndFeel()
 {
     setColour (juce::Slider::backgroundColourId, sliderBackColour);
     setColour (juce::Slider::trackColourId, textColour);
@@ -13,7 +13,29 @@ SondrelLookAndFeel::SondrelLookAndFeel() : juce::LookAndFeel_V4 (juce::LookAndFe
     setColour (juce::PopupMenu::backgroundColourId, juce::Colour (0xffd3d3d3));
     setColour (juce::PopupMenu::textColourId, juce::Colour (0xff000000));
     setColour (juce::TextButton::buttonColourId, widgetColour);
-    setColour (juce::ResizableWindow::backgroundColourId, backgroundColour);
+}
+
+void SondrelLookAndFeel::drawTableHeaderColumn (juce::Graphics& g, juce::TableHeaderComponent& header,
+                                                const juce::String& columnName, int, int width, int height,
+                                                bool, bool, int columnFlags)
+{
+    auto area = juce::Rectangle<int> (width, height).reduced (4, 0);
+
+    if ((columnFlags & (juce::TableHeaderComponent::sortedForwards | juce::TableHeaderComponent::sortedBackwards)) != 0)
+    {
+        juce::Path sortArrow;
+        sortArrow.addTriangle (0.0f, 0.0f, 0.5f,
+                               (columnFlags & juce::TableHeaderComponent::sortedForwards) != 0 ? -1.0f : 1.0f, 1.0f, 0.0f);
+
+        const auto side = (float) juce::jmin (juce::jmax (width - 8, 0), height / 2) - 4.0f;
+        const auto box = area.removeFromRight ((int) side).toFloat().withSizeKeepingCentre (side, side);
+        g.setColour (juce::Colour (0x99000000));
+        g.fillPath (sortArrow, sortArrow.getTransformToScaleToFit (box.reduced (2.0f), true));
+    }
+
+    g.setColour (header.findColour (juce::TableHeaderComponent::textColourId));
+    g.setFont (juce::Font ((float) height * 0.5f, juce::Font::bold));
+    g.drawFittedText (columnName, area, juce::Justification::centredLeft, 1);
 }
 
 } // namespace Marlode

@@ -1,45 +1,30 @@
 #include "ui/VolumeAndPanComponent.h"
-
-#include <cmath>
+#include "ui/SondrelLookAndFeel.h"
 
 namespace Marlode
 {
 
 VolumeAndPanComponent::VolumeAndPanComponent()
 {
+    muteButton.setClickingTogglesState (true);
     muteButton.setWantsKeyboardFocus (false);
+    muteButton.setColour (juce::TextButton::buttonOnColourId, closeHoverColour);
+    muteButton.setTooltip ("Mute");
     muteButton.onClick = [this] { gainStage.setMuted (muteButton.getToggleState()); };
     addAndMakeVisible (muteButton);
 
+    // A plain factor, with a quarter of full scale (-12 dB) at the middle of the bar.
     volumeSlider.setRange (0.0, 1.0, 0.001);
     volumeSlider.setSkewFactorFromMidPoint (0.25);
     volumeSlider.setNumDecimalPlacesToDisplay (2);
     volumeSlider.setValue (1.0, juce::dontSendNotification);
-    volumeSlider.setWantsKeyboardFocus (false);
-    volumeSlider.textFromValueFunction = [] (double v)
-    {
-        const auto dB = v > 0.0 ? 20.0 * std::log10 (v) : -100.0;
-        return dB <= -100.0 ? juce::String ("-Inf") : juce::String (dB, 1) + " dB";
-    };
+    volumeSlider.setTextBoxStyle (juce::Slider::NoTextBox, true, 60, 10);
     volumeSlider.onValueChange = [this] { gainStage.setGain (volumeSlider.getValue()); };
     addAndMakeVisible (volumeSlider);
 
-    panSlider.setRange (-90.0, 90.0, 1.0);
-    panSlider.setValue (0.0, juce::dontSendNotification);
-    panSlider.setDoubleClickReturnValue (true, 0.0);
-    panSlider.setWantsKeyboardFocus (false);
-    panSlider.textFromValueFunction = [] (double v) { return panText (v); };
+    panSlider.setTextBoxStyle (juce::Slider::NoTextBox, true, 60, 10);
     panSlider.onValueChange = [this] { gainStage.setPanFromSlider (panSlider.getValue()); };
     addAndMakeVisible (panSlider);
-}
-
-juce::String VolumeAndPanComponent::panText (double value)
-{
-    // The side comes from the unrounded value, so -0.4 reads "0L".
-    if (value == 0.0)
-        return "C";
-
-    return juce::String (juce::roundToInt (std::abs (value))) + (value < 0.0 ? "L" : "R");
 }
 
 void VolumeAndPanComponent::resized()

@@ -1,14 +1,16 @@
 #pragma once
 
 #include "engine/MasterGainStage.h"
+#include "ui/HorizontalSlider.h"
+#include "ui/PanSliderComponent.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
 namespace Marlode
 {
 
-/** The master section's mute button, volume slider and pan slider. They drive `gainStage`,
-    which the audio thread applies to every block. Message thread. */
+/** The master section's mute button, volume bar and pan bar. They drive `gainStage`, which the
+    audio thread applies to every block. Message thread. */
 class VolumeAndPanComponent : public juce::Component
 {
 public:
@@ -16,12 +18,9 @@ public:
 
     void resized() override;
 
-    /** The pan slider's text: "C" at exactly 0, otherwise the rounded size with "L" or "R". */
-    static juce::String panText (double value);
-
-    juce::ToggleButton muteButton { "Mute" };
-    juce::Slider volumeSlider { juce::Slider::LinearBar, juce::Slider::NoTextBox };
-    juce::Slider panSlider { juce::Slider::LinearBar, juce::Slider::NoTextBox };
+    juce::TextButton muteButton { "M" };
+    Slider::HorizontalSlider volumeSlider;
+    Slider::PanSliderComponent panSlider;
 
     MasterGainStage gainStage;
 

@@ -1,5 +1,4 @@
 #include "deck/TimerComponent.h"
-#include "ui/VolumeAndPanComponent.h"
 
 #include <gtest/gtest.h>
 
@@ -31,18 +30,4 @@ TEST (Readouts, TimerFontFollowsTheTrackLength)
     timer.setTrackLength (120.0);
     EXPECT_FALSE (timer.isShowingHours());
     EXPECT_FLOAT_EQ (timer.getFontHeight(), normal);
-}
-
-TEST (Readouts, PanTextAndVolumeSkew)
-{
-    EXPECT_EQ (VolumeAndPanComponent::panText (0.0), "C");
-    EXPECT_EQ (VolumeAndPanComponent::panText (45.0), "45R");
-    EXPECT_EQ (VolumeAndPanComponent::panText (-45.0), "45L");
-    EXPECT_EQ (VolumeAndPanComponent::panText (-0.4), "0L");
-
-    VolumeAndPanComponent v;
-    EXPECT_EQ (v.volumeSlider.getValue(), 1.0);
-    EXPECT_NEAR (v.volumeSlider.proportionOfLengthToValue (0.5), 0.25, 1e-9);
-    EXPECT_EQ (v.volumeSlider.getTextFromValue (0.0), "-Inf");
-    EXPECT_EQ (v.volumeSlider.getTextFromValue (0.5), "-6.0 dB");
 }

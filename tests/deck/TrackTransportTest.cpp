@@ -25,6 +25,8 @@ namespace
     struct TransportFixture : ::testing::Test
     {
         juce::TimeSliceThread thread { "Read Ahead Buffer Thread" };
+        juce::AudioBuffer<float> signal;
+        std::unique_ptr<juce::MemoryAudioSource> source; // outlives the transport's use of it (TearDown)
         TrackTransport transport;
         juce::AudioBuffer<float> out { 2, block };
 
@@ -33,6 +35,14 @@ namespace
         {
             transport.setSource (nullptr, 0, nullptr, 0.0);
             thread.stopThread (1000);
+        }
+
+        // Plays `audio` from now on; the fixture keeps it until the transport has let go.
+        juce::MemoryAudioSource& play (juce::AudioBuffer<float> audio)
+        {
+            signal = std::move (audio);
+            source = std::make_unique<juce::MemoryAudioSource> (signal, false);
+            return *source;
         }
 
         void waitForBuffer (int atLeast = block * 4)
@@ -52,10 +62,9 @@ namespace
 
 TEST_F (TransportFixture, PlaysTheSourceBitForBitAtTheSameRate)
 {
-    auto signal = rampSignal (block * 40);
-    juce::MemoryAudioSource source (signal, false);
+    auto& src = play (rampSignal (block * 40));
     transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&source, 32768, &thread, 44100.0);
+    transport.setSource (&src, 32768, &thread, 44100.0);
     waitForBuffer (block * 20);
 
     // Stopped: silence and no movement.
@@ -80,10 +89,9 @@ TEST_F (TransportFixture, PlaysTheSourceBitForBitAtTheSameRate)
 
 TEST_F (TransportFixture, SeekReportsAtOnceAndPlaysFromTheExactSample)
 {
-    auto signal = rampSignal (44100 * 2);
-    juce::MemoryAudioSource source (signal, false);
+    auto& src = play (rampSignal (44100 * 2));
     transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&source, 32768, &thread, 44100.0);
+    transport.setSource (&src, 32768, &thread, 44100.0);
     waitForBuffer();
     transport.start();
     pull();
@@ -118,9 +126,9 @@ TEST_F (TransportFixture, ResamplesToTheDeviceRateAndReportsDevicePositions)
         for (int c = 0; c < 2; ++c)
             tone.setSample (c, i, (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / 48000.0)));
 
-    juce::MemoryAudioSource source (tone, false);
+    auto& src = play (std::move (tone));
     transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&source, 32768, &thread, 48000.0);
+    transport.setSource (&src, 32768, &thread, 48000.0);
     EXPECT_EQ (transport.getTotalLength(), 44100);
     EXPECT_NEAR (transport.getLengthInSeconds(), 1.0, 1e-9);
 
@@ -154,9 +162,9 @@ TEST_F (TransportFixture, StopFadesOutOneBlockThenHoldsThePosition)
     for (int c = 0; c < 2; ++c)
         juce::FloatVectorOperations::fill (dc.getWritePointer (c), 0.5f, dc.getNumSamples());
 
-    juce::MemoryAudioSource source (dc, false);
+    auto& src = play (std::move (dc));
     transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&source, 32768, &thread, 44100.0);
+    transport.setSource (&src, 32768, &thread, 44100.0);
     waitForBuffer();
     transport.start();
     pull();
@@ -200,10 +208,9 @@ TEST_F (TransportFixture, StopFadesOutOneBlockThenHoldsThePosition)
 
 TEST_F (TransportFixture, EndOfStreamStopsAndTellsTheMessageThread)
 {
-    auto signal = rampSignal (block * 3 + 100);
-    juce::MemoryAudioSource source (signal, false);
+    auto& src = play (rampSignal (block * 3 + 100));
     transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&source, 32768, &thread, 44100.0);
+    transport.setSource (&src, 32768, &thread, 44100.0);
     waitForBuffer (block * 4);
 
     struct Counter : juce::ChangeListener
@@ -235,10 +242,9 @@ TEST_F (TransportFixture, EndOfStreamStopsAndTellsTheMessageThread)
 
 TEST_F (TransportFixture, ANewDeviceRateKeepsThePosition)
 {
-    auto signal = rampSignal (44100 * 2);
-    juce::MemoryAudioSource source (signal, false);
+    auto& src = play (rampSignal (44100 * 2));
     transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&source, 32768, &thread, 44100.0);
+    transport.setSource (&src, 32768, &thread, 44100.0);
     transport.setNextReadPosition (22050);
 
     transport.prepareToPlay (block, 88200.0);

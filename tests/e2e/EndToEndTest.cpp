@@ -17,9 +17,10 @@ namespace
     {
         int width, height;
 
-        juce::Point<int> deckOrigin() const { return { 4, 30 + 35 }; }
+        static constexpr int masterStrip = 50;
+        juce::Point<int> deckOrigin() const { return { 4, 30 + masterStrip }; }
         int deckWidth() const { return width - 8; }
-        int deckHeight() const { return height - 34 - 35; }
+        int deckHeight() const { return height - 34 - masterStrip; }
 
         juce::Point<int> playButton() const
         {
