@@ -89,3 +89,45 @@ TEST (ToolWindows, CloseLeavesTheListAndTheWindowCanOpenAgain)
     EXPECT_TRUE (DesktopWindowComponent::openDesktopWindows().isEmpty());
     panel.removeFromDesktop();
 }
+
+namespace
+{
+    juce::MouseEvent mouseEventOn (juce::Component& c)
+    {
+        return { juce::Desktop::getInstance().getMainMouseSource(), {}, {}, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f,
+                 &c, &c, juce::Time(), {}, juce::Time(), 1, false };
+    }
+}
+
+TEST (ToolWindows, TitleBarButtonsActOnPressAndPaintTheirHover)
+{
+    TitleBar::TitleBarButton close (TitleBar::TitleBarButton::close), menu (TitleBar::TitleBarButton::menu);
+    close.setSize (40, 20);
+
+    // Hover fills the close button dark red; otherwise it is transparent around its grey icon.
+    juce::Image idle (juce::Image::ARGB, 40, 20, true), hovered (juce::Image::ARGB, 40, 20, true);
+    {
+        juce::Graphics g (idle);
+        close.paintEntireComponent (g, true);
+    }
+    close.mouseEnter (mouseEventOn (close));
+    {
+        juce::Graphics g (hovered);
+        close.paintEntireComponent (g, true);
+    }
+    EXPECT_TRUE (close.isHovered());
+    EXPECT_EQ (idle.getPixelAt (2, 2).getAlpha(), 0);
+    EXPECT_EQ (hovered.getPixelAt (2, 2), closeHoverColour);
+
+    // A menu button without onClick tells its listeners instead.
+    struct Listener : juce::ChangeListener
+    {
+        int calls = 0;
+        void changeListenerCallback (juce::ChangeBroadcaster*) override { ++calls; }
+    } listener;
+    menu.addChangeListener (&listener);
+    menu.mouseDown (mouseEventOn (menu));
+    menu.dispatchPendingMessages();
+    EXPECT_EQ (listener.calls, 1);
+    menu.removeChangeListener (&listener);
+}
