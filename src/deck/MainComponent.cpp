@@ -236,18 +236,18 @@ void MainComponent::validateAndAdd (const juce::Array<juce::File>& chosen)
 void MainComponent::openTrack (bool)
 {
     chooser = std::make_unique<juce::FileChooser> ("Select files to open", juce::File(), "*", false);
-    const auto flags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectFiles
+    const auto chooserFlags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectFiles
                        | juce::FileBrowserComponent::canSelectMultipleItems;
 
-    chooser->launchAsync (flags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
+    chooser->launchAsync (chooserFlags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
 }
 
 void MainComponent::openFolder()
 {
     chooser = std::make_unique<juce::FileChooser> ("Select a folder to load files from", juce::File(), "*", false);
-    const auto flags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectDirectories;
+    const auto chooserFlags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectDirectories;
 
-    chooser->launchAsync (flags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
+    chooser->launchAsync (chooserFlags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
 }
 
 bool MainComponent::isInterestedInFileDrag (const juce::StringArray&)

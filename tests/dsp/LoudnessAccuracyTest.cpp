@@ -1,0 +1,249 @@
+// Our loudness and true-peak measurement against libebur128 on the EBU Tech 3341 / 3342 style
+// signals and on longer noise-like material, at the rates and block sizes the meters meet.
+#include "dsp/Ebu128LoudnessMeter.h"
+#include "dsp/TruePeakMeter.h"
+
+#include <ebur128.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace Marlode;
+
+namespace
+{
+    struct Segment
+    {
+        double seconds, dBFS;
+    };
+
+    // A 1 kHz sine in both channels through segments of given level.
+    juce::AudioBuffer<float> sineSegments (double rate, std::initializer_list<Segment> segments)
+    {
+        int total = 0;
+        for (auto s : segments)
+            total += (int) (s.seconds * rate);
+
+        juce::AudioBuffer<float> b (2, total);
+        int i = 0;
+        for (auto s : segments)
+        {
+            const auto amplitude = std::pow (10.0, s.dBFS / 20.0);
+            for (int n = 0; n < (int) (s.seconds * rate); ++n, ++i)
+                for (int c = 0; c < 2; ++c)
+                    b.setSample (c, i, (float) (amplitude * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate)));
+        }
+        return b;
+    }
+
+    // Three minutes of music-like material: filtered noise whose level wanders by phrases.
+    juce::AudioBuffer<float> wanderingNoise (double rate)
+    {
+        const int n = (int) (180.0 * rate);
+        juce::AudioBuffer<float> b (2, n);
+        juce::Random random (42);
+        double lowL = 0.0, lowR = 0.0;
+        for (int i = 0; i < n; ++i)
+        {
+            const auto t = i / rate;
+            const auto envelope = 0.05 + 0.25 * (0.5 + 0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 23.0))
+                                  * (0.6 + 0.4 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 3.7));
+            lowL += 0.05 * (random.nextFloat() * 2.0 - 1.0 - lowL);
+            lowR += 0.05 * (random.nextFloat() * 2.0 - 1.0 - lowR);
+            b.setSample (0, i, (float) (envelope * (lowL * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
+            b.setSample (1, i, (float) (envelope * (lowR * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
+        }
+        return b;
+    }
+
+    struct Readings
+    {
+        double integrated = -300, range = 0, maxMomentary = -300, maxShortTerm = -300;
+    };
+
+    Readings ours (const juce::AudioBuffer<float>& audio, double rate, int blockSize, int requestRate)
+    {
+        Ebu128LoudnessMeter meter;
+        meter.prepareToPlay (rate, 2, blockSize, requestRate);
+        juce::AudioBuffer<float> block (2, blockSize);
+
+        for (int start = 0; start + blockSize <= audio.getNumSamples(); start += blockSize)
+        {
+            for (int c = 0; c < 2; ++c)
+                block.copyFrom (c, 0, audio, c, start, blockSize);
+            meter.processBlock (juce::AudioSourceChannelInfo (&block, 0, blockSize));
+        }
+
+        return { meter.getIntegratedLoudness(), meter.getLoudnessRange(), meter.getMaximumMomentaryLoudness(),
+                 meter.getMaximumShortTermLoudness() };
+    }
+
+    Readings reference (const juce::AudioBuffer<float>& audio, double rate)
+    {
+        auto* state = ebur128_init (2, (unsigned long) rate, EBUR128_MODE_I | EBUR128_MODE_LRA | EBUR128_MODE_M | EBUR128_MODE_S);
+        std::vector<float> interleaved;
+        const int hop = (int) (rate / 10); // momentary and short-term read every 100 ms
+        Readings r;
+
+        for (int start = 0; start + hop <= audio.getNumSamples(); start += hop)
+        {
+            interleaved.resize ((size_t) hop * 2);
+            for (int i = 0; i < hop; ++i)
+                for (int c = 0; c < 2; ++c)
+                    interleaved[(size_t) (2 * i + c)] = audio.getSample (c, start + i);
+
+            ebur128_add_frames_float (state, interleaved.data(), (size_t) hop);
+            double m = -HUGE_VAL, s = -HUGE_VAL;
+            ebur128_loudness_momentary (state, &m);
+            ebur128_loudness_shortterm (state, &s);
+            r.maxMomentary = std::max (r.maxMomentary, m);
+            r.maxShortTerm = std::max (r.maxShortTerm, s);
+        }
+
+        ebur128_loudness_global (state, &r.integrated);
+        ebur128_loudness_range (state, &r.range);
+        ebur128_destroy (&state);
+        return r;
+    }
+
+    struct Case
+    {
+        const char* name;
+        std::function<juce::AudioBuffer<float> (double rate)> make;
+        bool checkRange;
+    };
+
+    const Case cases[] = {
+        { "Sine1kAtMinus23", [] (double r) { return sineSegments (r, { { 20.0, -23.0 } }); }, false },
+        { "Sine1kAtMinus33", [] (double r) { return sineSegments (r, { { 20.0, -33.0 } }); }, false },
+        { "ThreeSegments", [] (double r) { return sineSegments (r, { { 10.0, -36.0 }, { 60.0, -23.0 }, { 10.0, -36.0 } }); }, false },
+        { "FiveSegments", [] (double r) { return sineSegments (r, { { 10.0, -72.0 }, { 10.0, -36.0 }, { 20.0, -23.0 }, { 10.0, -36.0 }, { 10.0, -72.0 } }); }, false },
+        { "RangeStepOf10", [] (double r) { return sineSegments (r, { { 20.0, -20.0 }, { 20.0, -30.0 } }); }, true },
+        { "RangeStepOf5", [] (double r) { return sineSegments (r, { { 20.0, -20.0 }, { 20.0, -15.0 } }); }, true },
+        { "RangeStepOf20", [] (double r) { return sineSegments (r, { { 20.0, -40.0 }, { 20.0, -20.0 } }); }, true },
+        { "WanderingNoise", [] (double r) { return wanderingNoise (r); }, true },
+    };
+
+    // The device's case (request rate 33) and the file analysis' (rate 20), at 44.1 and 48 kHz.
+    using Param = std::tuple<int, double, int>;
+
+    struct LoudnessAgainstLibebur128 : ::testing::TestWithParam<Param>
+    {
+    };
+}
+
+TEST_P (LoudnessAgainstLibebur128, AgreesWithinTolerance)
+{
+    const auto& [caseIndex, rate, requestRate] = GetParam();
+    const auto& c = cases[caseIndex];
+    const auto audio = c.make (rate);
+
+    const auto ref = reference (audio, rate);
+    const auto got = ours (audio, rate, 512, requestRate);
+
+    EXPECT_NEAR (got.integrated, ref.integrated, 0.1) << c.name;
+    EXPECT_NEAR (got.maxMomentary, ref.maxMomentary, 0.2) << c.name;
+    EXPECT_NEAR (got.maxShortTerm, ref.maxShortTerm, 0.2) << c.name;
+
+    if (c.checkRange)
+        EXPECT_NEAR (got.range, ref.range, 1.0) << c.name;
+}
+
+INSTANTIATE_TEST_SUITE_P (Cases, LoudnessAgainstLibebur128,
+                          ::testing::Combine (::testing::Range (0, (int) std::size (cases)), ::testing::Values (44100.0, 48000.0),
+                                              ::testing::Values (33, 20)),
+                          [] (const auto& info)
+                          {
+                              return std::string (cases[std::get<0> (info.param)].name) + "_"
+                                     + std::to_string ((int) std::get<1> (info.param)) + "Hz_rate"
+                                     + std::to_string (std::get<2> (info.param));
+                          });
+
+TEST (Ebu128LoudnessMeter, BinLayoutSilenceAndTheNominalSine)
+{
+    Ebu128LoudnessMeter meter;
+    meter.prepareToPlay (44100.0, 2, 512, 33);
+    EXPECT_EQ (meter.getNumberOfBins(), 150);
+    EXPECT_EQ (meter.getNumberOfSamplesPerBin(), 882);
+    EXPECT_EQ (meter.getNumberOfBinsToCover400ms(), 20);
+    EXPECT_EQ (meter.getNumberOfBinsToCover100ms(), 5);
+
+    meter.prepareToPlay (48000.0, 2, 512, 33);
+    EXPECT_EQ (meter.getNumberOfSamplesPerBin(), 1200) << "40 bins a second at 48 kHz";
+
+    meter.prepareToPlay (44101.0, 2, 512, 33); // 44101 = 11 * 4009: no multiple of ten divides it
+    EXPECT_EQ (meter.getNumberOfBins(), 30);
+
+    // Digital silence measures nothing at all.
+    meter.prepareToPlay (48000.0, 2, 512, 33);
+    juce::AudioBuffer<float> block (2, 512);
+    block.clear();
+    for (int i = 0; i < 500; ++i)
+        meter.processBlock (juce::AudioSourceChannelInfo (&block, 0, 512));
+    EXPECT_EQ (meter.getIntegratedLoudness(), -300.0f);
+    EXPECT_EQ (meter.getMomentaryLoudness(), -300.0f);
+    EXPECT_EQ (meter.getShortTermLoudness(), -300.0f);
+    EXPECT_GT (meter.getMeasurementDuration(), 50);
+
+    // A 997 Hz full-scale sine in both channels: -0.691 + 10 log10 (2 x 0.5), plus the K-weighting's
+    // +0.69 dB at that frequency, so 0 LUFS.
+    const auto sine = [] (int, int i) { return (float) std::sin (2.0 * juce::MathConstants<double>::pi * 997.0 * i / 48000.0); };
+    meter.reset();
+    for (int b = 0; b < 400; ++b)
+    {
+        for (int c = 0; c < 2; ++c)
+            for (int i = 0; i < 512; ++i)
+                block.setSample (c, i, sine (c, b * 512 + i));
+        meter.processBlock (juce::AudioSourceChannelInfo (&block, 0, 512));
+    }
+    EXPECT_NEAR (meter.getMomentaryLoudness(), 0.0f, 0.02f);
+    EXPECT_NEAR (meter.getShortTermLoudness(), 0.0f, 0.02f);
+}
+
+TEST (TruePeakMeter, AgreesWithLibebur128OnInterSamplePeaksAndNoise)
+{
+    for (const auto rate : { 44100.0, 48000.0 })
+    {
+        // A quarter-rate sine at 45 degrees: every sample is 3 dB under the true peak. And noise
+        // shaped like programme material, its energy falling towards the top of the band. Our
+        // meter counts positive excursions only, libebur128 magnitudes: so the second channel
+        // carries the first one inverted, and our peak over both is the first one's magnitude.
+        const int n = (int) rate * 2;
+        juce::AudioBuffer<float> sine (2, n), noise (2, n);
+        juce::Random random (7);
+        double low[1] {};
+        for (int i = 0; i < n; ++i)
+            for (int c = 0; c < 2; ++c)
+            {
+                sine.setSample (c, i, (float) (0.5 * std::sin (juce::MathConstants<double>::pi * (0.5 * i + 0.25))));
+                if (c == 0)
+                    low[0] += 0.2 * (random.nextFloat() * 2.0 - 1.0 - low[0]);
+                noise.setSample (c, i, (float) ((c == 0 ? 1.2 : -1.2) * low[0]));
+            }
+
+        for (const auto* audio : { &sine, &noise })
+        {
+            auto* state = ebur128_init (2, (unsigned long) rate, EBUR128_MODE_TRUE_PEAK);
+            std::vector<float> interleaved ((size_t) n * 2);
+            for (int i = 0; i < n; ++i)
+                for (int c = 0; c < 2; ++c)
+                    interleaved[(size_t) (2 * i + c)] = audio->getSample (c, i);
+            ebur128_add_frames_float (state, interleaved.data(), (size_t) n);
+            double referencePeak = 0.0;
+            ebur128_true_peak (state, 0, &referencePeak);
+            ebur128_destroy (&state);
+
+            TruePeakMeter meter;
+            meter.prepare (2, 512, rate);
+            EXPECT_EQ (meter.getOversamplingFactor(), 4);
+            for (int start = 0; start + 512 <= n; start += 512)
+                meter.process (juce::AudioSourceChannelInfo (const_cast<juce::AudioBuffer<float>*> (audio), start, 512));
+
+            EXPECT_NEAR (meter.getPeakDb(), 20.0 * std::log10 (referencePeak), 0.5) << (audio == &sine ? "sine" : "noise") << " at " << rate;
+        }
+    }
+
+    TruePeakMeter high;
+    high.prepare (2, 512, 96000.0);
+    EXPECT_EQ (high.getOversamplingFactor(), 2);
+}
