@@ -45,6 +45,8 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
     }
 
     analysisButton.setClickingTogglesState (true);
+    inputMeter.surround.addListener (this);
+    outputMeter.surround.addListener (this);
 
     transport.playButton.onClick = [this] { trackDeck.playButtonClicked(); };
     transport.stopButton.onClick = [this] { trackDeck.stopButtonClicked(); };
@@ -391,6 +393,10 @@ void MainComponent::actionListenerCallback (const juce::String& message)
 {
     if (message == "Track Reset")
     {
+        for (auto* meter : { &inputMeter, &outputMeter })
+            if (meter->maxPeakHold)
+                meter->reset();
+
         trackName.setText (TrackNameLabel::noTrackText);
         resetPosition();
     }
@@ -435,8 +441,22 @@ void MainComponent::changeListenerCallback (juce::ChangeBroadcaster* source)
     }
 }
 
+void MainComponent::showMeterSettings (LevelMeter& meter)
+{
+    meterSettings = std::make_unique<LevelMeterSettingsComponent> (meter.getSelectedTypeName(), meter, activePopup);
+    auto* host = getParentComponent() != nullptr ? getParentComponent() : this;
+    host->addChildComponent (*meterSettings);
+    meterSettings->show();
+}
+
 void MainComponent::buttonClicked (juce::Button* button)
 {
+    if (button == &inputMeter.surround || button == &outputMeter.surround)
+    {
+        showMeterSettings (button == &inputMeter.surround ? inputMeter : outputMeter);
+        return;
+    }
+
     if (button != deckTab || deckTab == nullptr)
         return;
 

@@ -9,6 +9,7 @@
 #include "dsp/DeckFXWindow.h"
 #include "dsp/EQComponent.h"
 #include "dsp/LevelMeter.h"
+#include "dsp/LevelMeterSettingsComponent.h"
 #include "engine/TimerRelayBroadcaster.h"
 #include "playlist/PlaylistComponent.h"
 #include "waveform/WaveformBackground.h"
@@ -91,7 +92,7 @@ public:
     WaveformComponent waveform;
     WaveformBackground waveformBackground;
     TimerComponent timer;
-    LevelMeter inputMeter, outputMeter;
+    LevelMeter inputMeter { "in", &isPlaying }, outputMeter { "out", &isPlaying };
     EQComponent deckEQ;
     DeckFXWindow deckFX;
     juce::TextButton playlistButton { "Playlist" }, deckEQButton { "Deck EQ" }, fxButton { "FX" },
@@ -130,6 +131,9 @@ private:
     juce::KeyPressMappingSet* keyMappings;
     PopupDisplayComponent*& activePopup;
     std::unique_ptr<juce::FileChooser> chooser;
+    std::unique_ptr<LevelMeterSettingsComponent> meterSettings;
+
+    void showMeterSettings (LevelMeter&);
 
     Panel panel = Panel::playlist;
     juce::Rectangle<int> panelHighlight;

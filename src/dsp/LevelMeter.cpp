@@ -1,68 +1,291 @@
 #include "dsp/LevelMeter.h"
 
+#include <cmath>
+
 namespace Marlode
 {
 
-LevelMeter::LevelMeter()
+namespace
 {
-    for (auto& p : peakDb)
-        p.store (floorDb);
+    constexpr int titleHeight = 18;
+    constexpr int textBoxHeight = 20;
+    const juce::Colour barColour (0xff2e8b57);
+    const juce::Colour clipColour (0xffff0000);
+    const juce::String infinity = juce::String ("-") + juce::String (juce::CharPointer_UTF8 ("\xe2\x88\x9e"));
 }
 
-void LevelMeter::prepare (int, double)
+const juce::StringArray LevelMeter::typeNames { "PEAK", "TRUE PEAK", "RMS", "RMS/PK", "LUFS", "LUFS/TP" };
+const juce::StringArray LevelMeter::lufsTypeNames { "Momentary", "Short Term", "Intergrated" };
+
+LevelMeter::LevelMeter (const juce::String& meterName, const std::atomic<bool>* deckIsPlaying)
+    : name (meterName), deckPlaying (deckIsPlaying)
 {
-    reset();
-}
+    surround.setWantsKeyboardFocus (false);
+    surround.setMouseClickGrabsKeyboardFocus (false);
+    addAndMakeVisible (surround);
 
-void LevelMeter::process (const juce::AudioSourceChannelInfo& info) noexcept
-{
-    auto* buffer = info.buffer;
-
-    // Blocks with more channels than the meter's two bars aren't measured at all.
-    if (buffer == nullptr || buffer->getNumChannels() > 2)
-        return;
-
-    for (int ch = 0; ch < buffer->getNumChannels(); ++ch)
+    for (size_t ch = 0; ch < 2; ++ch)
     {
-        const auto peak = buffer->hasBeenCleared() ? 0.0f : buffer->getMagnitude (ch, info.startSample, info.numSamples);
-        peakDb[(size_t) ch].store (juce::Decibels::gainToDecibels (peak, floorDb), std::memory_order_relaxed);
+        bars[ch].setFill (barColour);
+        peakMarks[ch].setFill (juce::Colour (0xff008000));
+        clipBars[ch].setFill (clipColour);
+        addAndMakeVisible (bars[ch]);
+        addChildComponent (peakMarks[ch]);
+        addChildComponent (clipBars[ch]);
+
+        auto& text = peakTexts[ch];
+        text.setJustificationType (juce::Justification::centred);
+        text.setFont (juce::Font (12.0f));
+        text.setInterceptsMouseClicks (false, false);
+        text.setText (infinity, juce::dontSendNotification);
+        addAndMakeVisible (text);
     }
+
+    surround.setButtonText (getSelectedTypeName());
+}
+
+LevelMeter::~LevelMeter() = default;
+
+//==============================================================================
+juce::String LevelMeter::getSelectedTypeName() const
+{
+    const auto type = processor.meterType.load();
+
+    if (type < 1 || type > typeNames.size())
+        return {};
+
+    auto text = typeNames[type - 1];
+
+    if (type == LevelMeterProcessor::lufs || type == LevelMeterProcessor::lufsAndTruePeak)
+        text += lufsTypeNames[juce::jlimit (1, 3, processor.lufsMeterType.load()) - 1];
+
+    return text;
+}
+
+void LevelMeter::setMeterType (int type)
+{
+    processor.meterType.store (type);
+    surround.setButtonText (getSelectedTypeName());
+    resized();
+    repaint();
+}
+
+void LevelMeter::applySettings (const Settings& settings)
+{
+    const auto& set = (name == settings.second.name && name != settings.first.name) ? settings.second : settings.first;
+    maxPeakHold = set.maxPeakHold;
+    clipHold = set.clipHold;
+    processor.lufsMeterType.store (set.lufsMeterType);
+    processor.setDecayTimes (set.levelDecay, set.peakDecay);
+    setMeterType (set.meterType);
 }
 
 void LevelMeter::reset()
 {
-    for (auto& p : peakDb)
-        p.store (floorDb);
-}
+    clipped = false;
+    processor.reset();
 
-float LevelMeter::getPeakDb (int channel) const noexcept
-{
-    return juce::isPositiveAndBelow (channel, 2) ? peakDb[(size_t) channel].load (std::memory_order_relaxed) : floorDb;
-}
-
-void LevelMeter::timerRelayCallback()
-{
-    const std::array<float, 2> now { getPeakDb (0), getPeakDb (1) };
-
-    if (now != shownDb)
+    for (size_t ch = 0; ch < 2; ++ch)
     {
-        shownDb = now;
-        repaint();
+        clipBars[ch].setVisible (false);
+        peakMarks[ch].setVisible (false);
+        peakTexts[ch].setText (infinity, juce::dontSendNotification);
+    }
+}
+
+//==============================================================================
+juce::String LevelMeter::valueText (float dB)
+{
+    if (! (dB > LevelMeterProcessor::floorDb))
+        return infinity;
+
+    const auto tenths = std::nearbyint (10.0f * dB + 1.5e-8f);
+    return juce::String (tenths / 10.0f);
+}
+
+juce::String LevelMeter::getPeakText (int channel) const
+{
+    return peakTexts[(size_t) juce::jlimit (0, 1, channel)].getText();
+}
+
+juce::Colour LevelMeter::getPeakMarkColour (int channel) const
+{
+    return peakMarks[(size_t) juce::jlimit (0, 1, channel)].getFill().colour;
+}
+
+float LevelMeter::yForDb (float dB) const noexcept
+{
+    return (float) barAreas[0].getY() + (float) barHeight - (dB + LevelMeterProcessor::rangeDb) * pixelsPerDb;
+}
+
+std::vector<int> LevelMeter::getTickValues() const
+{
+    if (processor.meterType.load() != LevelMeterProcessor::lufs)
+        return { -6, -12, -18, -24, -30, -36, -42, -48, -54, -60 };
+
+    // Every 6 dB through the reference, from the highest such value that fits under -8.
+    auto start = lufsReference;
+    if (lufsReference < -8)
+        start = lufsReference + 6 * (int) std::ceil ((-8.0 - lufsReference) / 6.0);
+
+    std::vector<int> ticks;
+    for (int v = start; v >= -70; v -= 6)
+    {
+        ticks.push_back (v);
+        if (v < -58)
+            break;
+    }
+    return ticks;
+}
+
+//==============================================================================
+void LevelMeter::resized()
+{
+    const auto w = getWidth(), h = getHeight();
+    surround.setBounds (0, 0, w, titleHeight);
+
+    const auto working = juce::jmax (0, w - 12);
+    const auto barWidth = juce::roundToInt ((float) working * 0.36f);
+    const auto top = titleHeight + 2 + textBoxHeight + 10;
+    barHeight = juce::jmax (1, h - top - 14);
+    pixelsPerDb = (float) barHeight / LevelMeterProcessor::rangeDb;
+
+    barAreas[0] = { 6, top, barWidth, barHeight };
+    barAreas[1] = { 6 + working - barWidth, top, barWidth, barHeight };
+    scaleArea = { barAreas[0].getRight(), top, barAreas[1].getX() - barAreas[0].getRight(), barHeight };
+
+    for (size_t ch = 0; ch < 2; ++ch)
+    {
+        textBoxes[ch] = { barAreas[ch].getX() - 4, titleHeight + 2, barWidth + 8, textBoxHeight };
+        peakTexts[ch].setBounds (textBoxes[ch]);
+        clipBars[ch].setRectangle (barAreas[ch].withHeight (4).toFloat());
+    }
+
+    renderBackground();
+}
+
+void LevelMeter::renderBackground()
+{
+    background = juce::Image (juce::Image::ARGB, juce::jmax (1, getWidth()), juce::jmax (1, getHeight()), true);
+    juce::Graphics g (background);
+    g.fillAll (juce::Colour (0xff282a28));
+
+    const auto type = processor.meterType.load();
+    const auto bottom = (float) (barAreas[0].getBottom());
+
+    for (const auto& area : barAreas)
+    {
+        g.setColour (juce::Colour (0xff0f0f0f));
+        g.fillRect (area);
+
+        // Three regions: safe, loud (from -12) and hot (from -6); in LUFS, at and above the reference.
+        if (type == LevelMeterProcessor::lufs)
+        {
+            g.setColour (juce::Colour (0xff3a2a10));
+            g.fillRect (juce::Rectangle<float> ((float) area.getX(), (float) area.getY(), (float) area.getWidth(),
+                                                yForDb ((float) lufsReference) - (float) area.getY()));
+        }
+        else
+        {
+            g.setColour (juce::Colour (0xff3a3a10));
+            g.fillRect (juce::Rectangle<float> ((float) area.getX(), yForDb (-6.0f), (float) area.getWidth(), 6.0f * pixelsPerDb));
+            g.setColour (juce::Colour (0xff3a2010));
+            g.fillRect (juce::Rectangle<float> ((float) area.getX(), yForDb (0.0f), (float) area.getWidth(), 6.0f * pixelsPerDb));
+        }
+
+        g.setColour (juce::Colour (0xff808080));
+        g.drawRect (area.expanded (1), 1);
+    }
+
+    g.setFont (10.0f);
+
+    for (auto tick : getTickValues())
+    {
+        const auto y = yForDb ((float) tick);
+        g.setColour (juce::Colours::white.withAlpha (0.5f));
+        g.drawHorizontalLine ((int) y, (float) barAreas[0].getX(), (float) barAreas[1].getRight());
+        g.setColour (juce::Colours::white);
+        g.drawText (juce::String (tick), scaleArea.withY ((int) y - 6).withHeight (12), juce::Justification::centred);
+    }
+
+    if (type != LevelMeterProcessor::lufs)
+    {
+        g.drawText ("0", scaleArea.withY (scaleArea.getY() - 12).withHeight (12), juce::Justification::centred);
+        g.drawText (infinity, scaleArea.withY ((int) bottom).withHeight (12), juce::Justification::centred);
     }
 }
 
 void LevelMeter::paint (juce::Graphics& g)
 {
-    g.fillAll (juce::Colour (0xff0f0f0f));
-    const auto barWidth = (float) getWidth() / 2.0f;
+    g.drawImageAt (background, 0, 0);
+}
+
+void LevelMeter::mouseDown (const juce::MouseEvent& e)
+{
+    for (const auto& box : textBoxes)
+        if (box.contains (e.getPosition()))
+        {
+            reset();
+            return;
+        }
+}
+
+//==============================================================================
+void LevelMeter::timerRelayCallback()
+{
+    processor.fallWhenIdle (deckPlaying != nullptr && deckPlaying->load (std::memory_order_relaxed));
+
+    const auto type = processor.meterType.load();
+    const auto decaysEqual = juce::approximatelyEqual (processor.smoothedLevelDecayTime.load(), processor.smoothedPeakDecayTime.load());
 
     for (size_t ch = 0; ch < 2; ++ch)
     {
-        const auto proportion = (shownDb[ch] - floorDb) / -floorDb;
-        const auto barHeight = (float) getHeight() * juce::jlimit (0.0f, 1.0f, proportion);
-        g.setColour (juce::Colour (0xff008000));
-        g.fillRect (juce::Rectangle<float> ((float) ch * barWidth + 4.0f, (float) getHeight() - barHeight,
-                                            barWidth - 8.0f, barHeight));
+        const auto& shown = processor.display ((int) ch);
+        const auto level = shown.level.load (std::memory_order_relaxed);
+        const auto area = barAreas[ch].toFloat();
+        const auto barTop = juce::jlimit (area.getY(), area.getBottom(), yForDb (level));
+        bars[ch].setRectangle (juce::Rectangle<float> (area.getX(), barTop, area.getWidth(), area.getBottom() - barTop));
+
+        const auto v = type == LevelMeterProcessor::lufs ? level
+                       : maxPeakHold                   ? shown.maxHold.load (std::memory_order_relaxed)
+                                                       : shown.peak.load (std::memory_order_relaxed);
+
+        if (v >= 0.0f)
+        {
+            clipped = true;
+            peakMarks[ch].setVisible (false);
+        }
+        else
+        {
+            clipBars[ch].setVisible (false);
+
+            if (type == LevelMeterProcessor::lufs || decaysEqual)
+            {
+                peakMarks[ch].setVisible (false);
+            }
+            else
+            {
+                juce::Colour colour (0xff000000);
+                if (type == LevelMeterProcessor::lufsAndTruePeak)
+                    colour = juce::Colours::white;
+                else if (v < -12.0f)
+                    colour = juce::Colour (0xff008000);
+                else if (v >= -12.0f && v < -6.0f)
+                    colour = juce::Colour (0xffffff00);
+                else if (v >= -6.0f && v < 0.0f)
+                    colour = juce::Colour (0xffffa500);
+
+                peakMarks[ch].setFill (colour);
+                peakMarks[ch].setRectangle (juce::Rectangle<float> (area.getX(), (float) (int) yForDb (v), area.getWidth(), 1.0f));
+                peakMarks[ch].setVisible (v > LevelMeterProcessor::floorDb);
+            }
+        }
+
+        clipBars[ch].setVisible (v >= 0.0f || (clipHold && clipped));
+
+        const auto text = valueText (v);
+        if (text != peakTexts[ch].getText())
+            peakTexts[ch].setText (text, juce::dontSendNotification);
     }
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "dsp/LevelMeterProcessor.h"
 #include "engine/TimerRelayListener.h"
 
-#include <juce_audio_basics/juce_audio_basics.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 
 #include <array>
@@ -13,33 +13,96 @@ namespace Marlode
 
 //==============================================================================
 /**
-    A deck's two-bar level meter. For now it shows each channel's sample peak of the latest
-    block; the full set of meter types, ballistics and hold arrives with the metering work.
+    A deck's two-bar level meter: sample peak, true peak, RMS, RMS with peak, LUFS or LUFS with
+    true peak, with a peak mark, hold, a clip bar and a numeric box above each bar. The scale is
+    rendered once per resize; each 30 Hz tick only moves rectangles and changes texts.
 
-    process() runs on the audio thread; everything else on the message thread.
+    process() runs on the audio thread (through `processor`); everything else on the message
+    thread.
 */
 class LevelMeter : public juce::Component,
                    public TimerRelayListener
 {
 public:
-    LevelMeter();
+    /** `deckIsPlaying` is the deck's own flag; a meter of a deck at rest falls to its floor. */
+    LevelMeter (const juce::String& meterName, const std::atomic<bool>* deckIsPlaying);
+    ~LevelMeter() override;
 
-    void prepare (int samplesPerBlock, double sampleRate);
-    void process (const juce::AudioSourceChannelInfo&) noexcept;
+    void prepare (int samplesPerBlock, double sampleRate) { processor.prepare (samplesPerBlock, sampleRate); }
+    void process (const juce::AudioSourceChannelInfo& info) noexcept { processor.process (info); }
     void reset();
 
-    /** Latest block's sample peak of a channel in dB, floor -70. */
-    [[nodiscard]] float getPeakDb (int channel) const noexcept;
+    //==============================================================================
+    /** The meter's title: its type's name, and for the LUFS types the LUFS type's behind it. */
+    [[nodiscard]] juce::String getSelectedTypeName() const;
 
+    /** Changes the type and redraws the scale for it. */
+    void setMeterType (int type);
+
+    struct SettingsSet
+    {
+        juce::String name;
+        int meterType = LevelMeterProcessor::peak;
+        int lufsMeterType = LevelMeterProcessor::momentary;
+        double levelDecay = 0.5, peakDecay = 3.0;
+        bool maxPeakHold = false, clipHold = false;
+    };
+
+    /** The input and the output meters' settings: a meter takes the set named like it, or the
+        first when neither is. */
+    struct Settings
+    {
+        SettingsSet first, second;
+    };
+
+    void applySettings (const Settings&);
+
+    //==============================================================================
     void timerRelayCallback() override;
+    void resized() override;
     void paint (juce::Graphics&) override;
+    void mouseDown (const juce::MouseEvent&) override;
 
-    static constexpr float floorDb = -70.0f;
+    /** The text a displayed value reads as: a tenth of a dB, or "-∞" at and below the floor. */
+    static juce::String valueText (float dB);
+
+    /** The tick values of the scale in the present type, top to bottom. */
+    [[nodiscard]] std::vector<int> getTickValues() const;
+
+    [[nodiscard]] juce::String getPeakText (int channel) const;
+    [[nodiscard]] bool isClipBarVisible (int channel) const { return clipBars[(size_t) channel].isVisible(); }
+    [[nodiscard]] bool isPeakMarkVisible (int channel) const { return peakMarks[(size_t) channel].isVisible(); }
+    [[nodiscard]] juce::Colour getPeakMarkColour (int channel) const;
+    [[nodiscard]] juce::Rectangle<int> getTextBoxBounds (int channel) const { return textBoxes[(size_t) channel]; }
+
+    LevelMeterProcessor processor;
+
+    // Settings the panel writes directly (message thread).
+    bool maxPeakHold = false;
+    bool clipHold = false;
+    bool clipped = false;
+    bool meterEnabled = true;
+    int lufsReference = -14;
+
+    const juce::String name;
+
+    /** The frame around the meter; a click opens its settings. Its owner listens to it. */
+    juce::TextButton surround;
+
+    static const juce::StringArray typeNames, lufsTypeNames;
 
 private:
-    // Audio thread writes, message thread reads for painting.
-    std::array<std::atomic<float>, 2> peakDb;
-    std::array<float, 2> shownDb { floorDb, floorDb };
+    void renderBackground();
+    float yForDb (float dB) const noexcept;
+
+    const std::atomic<bool>* deckPlaying;
+    juce::Image background;
+    std::array<juce::DrawableRectangle, 2> bars, peakMarks, clipBars;
+    std::array<juce::Label, 2> peakTexts;
+    std::array<juce::Rectangle<int>, 2> textBoxes, barAreas;
+    juce::Rectangle<int> scaleArea;
+    float pixelsPerDb = 1.0f;
+    int barHeight = 0;
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (LevelMeter)
 };

@@ -22,18 +22,17 @@ void LevelMeterHorizontalLights::timerRelayCallback()
 void LevelMeterHorizontalLights::paint (juce::Graphics& g)
 {
     const auto rowHeight = (float) getHeight() / (float) MasterLevelMeasurement::numChannels;
+    const auto cellWidth = (float) getWidth() / (float) thresholds.size();
 
     for (size_t c = 0; c < shownDb.size(); ++c)
-    {
-        const auto row = juce::Rectangle<float> (0.0f, (float) c * rowHeight, (float) getWidth(), rowHeight).reduced (1.0f);
-        g.setColour (juce::Colours::black);
-        g.fillRoundedRectangle (row, 2.0f);
-
-        // The strip spans the meters' 70 dB scale.
-        const auto proportion = juce::jlimit (0.0f, 1.0f, (shownDb[c] + 70.0f) / 70.0f);
-        g.setColour (shownDb[c] >= 0.0f ? juce::Colours::red : juce::Colour (0xff008000));
-        g.fillRoundedRectangle (row.withWidth (row.getWidth() * proportion), 2.0f);
-    }
+        for (size_t cell = 0; cell < thresholds.size(); ++cell)
+        {
+            const auto area = juce::Rectangle<float> ((float) cell * cellWidth, (float) c * rowHeight, cellWidth, rowHeight).reduced (1.5f);
+            g.setColour (shownDb[c] >= thresholds[cell] ? colours[cell] : juce::Colour (0xff000000));
+            g.fillRoundedRectangle (area, 2.0f);
+            g.setColour (juce::Colour (0xff808080));
+            g.drawRoundedRectangle (area, 2.0f, 1.0f);
+        }
 }
 
 } // namespace Marlode

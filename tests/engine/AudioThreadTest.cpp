@@ -63,7 +63,10 @@ TEST (AudioThread, ThePlayingCallbackAllocatesNothingAndTakesNoLock)
     pumpMessages (50);
     EXPECT_GE (RealtimeWatch::allocations(), 5);
 
+    // The costliest meter types: loudness with true peak in, true peak out.
     auto* deck = app.getCurrentDeck();
+    deck->inputMeter.setMeterType (LevelMeterProcessor::lufsAndTruePeak);
+    deck->outputMeter.setMeterType (LevelMeterProcessor::truePeak);
     const auto file = writeWav (temp.file ("sweep.wav"), 48000.0, 2, 48000 * 8,
                                 [] (int c, int i) { return sweep (c, i, 48000.0); });
     deck->waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);

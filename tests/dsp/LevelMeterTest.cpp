@@ -1,0 +1,170 @@
+#include "dsp/LevelMeterSettingsComponent.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode;
+
+namespace
+{
+    struct Meter : ::testing::Test
+    {
+        std::atomic<bool> playing { true };
+        LevelMeter meter { "in", &playing };
+        juce::AudioBuffer<float> block { 2, 441 };
+
+        void SetUp() override
+        {
+            meter.setSize (75, 300);
+            meter.prepare (441, 44100.0);
+        }
+
+        void feed (float left, float right, int times = 1)
+        {
+            for (int t = 0; t < times; ++t)
+            {
+                juce::FloatVectorOperations::fill (block.getWritePointer (0), left, 441);
+                juce::FloatVectorOperations::fill (block.getWritePointer (1), right, 441);
+                meter.process (juce::AudioSourceChannelInfo (&block, 0, 441));
+            }
+        }
+
+        float shownPeak (int ch) { return meter.processor.display (ch).peak.load(); }
+        float shownLevel (int ch) { return meter.processor.display (ch).level.load(); }
+    };
+}
+
+TEST_F (Meter, PeakRmsAndTheStraightFall)
+{
+    // Only positive excursions count for peak; RMS sees the true value.
+    feed (-1.0f, -1.0f);
+    EXPECT_EQ (shownPeak (0), LevelMeterProcessor::floorDb);
+    meter.setMeterType (LevelMeterProcessor::rms);
+    feed (-0.5f, -0.5f);
+    EXPECT_NEAR (shownLevel (0), -6.02f, 0.01f);
+
+    // Rise at once, then a straight line down taking the whole decay time (0.5 s = 50 blocks).
+    meter.setMeterType (LevelMeterProcessor::peak);
+    feed (1.0f, 0.1f);
+    EXPECT_NEAR (shownLevel (0), 0.0f, 1e-4f);
+    EXPECT_NEAR (shownLevel (1), -6.02f, 0.01f) << "lower than the bar: it starts to fall instead";
+    feed (0.0f, 0.0f);
+    EXPECT_NEAR (shownLevel (0), 0.0f, 1e-4f) << "the fall starts with the next block";
+    feed (0.0f, 0.0f, 25);
+    EXPECT_NEAR (shownLevel (0), -35.0f, 0.01f) << "half way down after half the decay";
+    feed (0.0f, 0.0f, 25);
+    EXPECT_EQ (shownLevel (0), LevelMeterProcessor::floorDb);
+
+    // A mono block shows on both bars.
+    juce::AudioBuffer<float> mono (1, 441);
+    juce::FloatVectorOperations::fill (mono.getWritePointer (0), 0.5f, 441);
+    meter.process (juce::AudioSourceChannelInfo (&mono, 0, 441));
+    EXPECT_EQ (shownLevel (1), shownLevel (0));
+    EXPECT_NEAR (shownLevel (1), -6.02f, 0.01f);
+}
+
+TEST_F (Meter, TextMarksClipAndReset)
+{
+    feed (0.3f, 0.3f);
+    meter.timerRelayCallback();
+    EXPECT_EQ (meter.getPeakText (0), "-10.5");
+    EXPECT_TRUE (meter.isPeakMarkVisible (0));
+    EXPECT_EQ (meter.getPeakMarkColour (0), juce::Colour (0xffffff00)) << "-12 up to -6 is yellow";
+    EXPECT_FALSE (meter.isClipBarVisible (0));
+
+    feed (1.0f, 0.1f);
+    meter.clipHold = true;
+    meter.timerRelayCallback();
+    EXPECT_TRUE (meter.isClipBarVisible (0));
+    EXPECT_FALSE (meter.isPeakMarkVisible (0));
+    feed (0.1f, 0.1f, 400);
+    meter.timerRelayCallback();
+    EXPECT_TRUE (meter.isClipBarVisible (0)) << "held";
+
+    // A click in the text box resets: text "-∞", clip gone.
+    const auto box = meter.getTextBoxBounds (0);
+    meter.mouseDown (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(), box.getCentre().toFloat(), {}, 0.0f,
+                                       0.0f, 0.0f, 0.0f, 0.0f, &meter, &meter, juce::Time(), box.getCentre().toFloat(),
+                                       juce::Time(), 1, false));
+    EXPECT_EQ (meter.getPeakText (0), juce::String ("-") + juce::String (juce::CharPointer_UTF8 ("\xe2\x88\x9e")));
+    EXPECT_FALSE (meter.clipped);
+
+    // Equal decays: no mark at all.
+    meter.processor.setDecayTimes (1.0, 1.0);
+    feed (0.25f, 0.25f);
+    meter.timerRelayCallback();
+    EXPECT_FALSE (meter.isPeakMarkVisible (0));
+}
+
+TEST_F (Meter, LufsTypesTitlesScalesAndIdleFall)
+{
+    meter.processor.lufsMeterType = LevelMeterProcessor::integrated;
+    meter.setMeterType (LevelMeterProcessor::lufs);
+    EXPECT_EQ (meter.getSelectedTypeName(), "LUFSIntergrated");
+    EXPECT_EQ (meter.getTickValues(), (std::vector<int> { -8, -14, -20, -26, -32, -38, -44, -50, -56, -62 }));
+    meter.lufsReference = -23;
+    EXPECT_EQ (meter.getTickValues().front(), -5) << "the lowest step of 6 from the reference at or above -8";
+    meter.lufsReference = -14;
+
+    // Loud enough for LUFS of 0 or more lights the clip bar; the value jumps, no ramp.
+    for (int i = 0; i < 200; ++i)
+    {
+        for (int c = 0; c < 2; ++c)
+            for (int n = 0; n < 441; ++n)
+                block.setSample (c, n, (float) std::sin (n * 0.1424));
+        meter.process (juce::AudioSourceChannelInfo (&block, 0, 441));
+    }
+    meter.timerRelayCallback();
+    EXPECT_GT (shownLevel (0), -1.0f);
+
+    // A deck at rest with no blocks arriving: integrated stays, momentary falls to the floor.
+    playing = false;
+    const auto before = shownLevel (0);
+    for (int i = 0; i < 40; ++i)
+        meter.timerRelayCallback();
+    EXPECT_EQ (shownLevel (0), before);
+
+    meter.processor.lufsMeterType = LevelMeterProcessor::momentary;
+    meter.setMeterType (LevelMeterProcessor::peak);
+    feed (1.0f, 1.0f);
+    meter.timerRelayCallback();
+    for (int i = 0; i < 20; ++i)
+        meter.timerRelayCallback();
+    EXPECT_EQ (shownLevel (0), LevelMeterProcessor::floorDb) << "half a second of ticks brings it down";
+}
+
+TEST_F (Meter, SettingsPanelAndAppliedSettings)
+{
+    PopupDisplayComponent* slot = nullptr;
+    LevelMeterSettingsComponent panel ("PEAK", meter, slot);
+    EXPECT_EQ (panel.title, "PEAK Meter");
+    EXPECT_EQ (LevelMeterSettingsComponent::referenceLabels[0], " -8dB");
+    EXPECT_EQ (LevelMeterSettingsComponent::referenceLabels[16], "-24dB");
+
+    panel.peakHoldToggle.setToggleState (true, juce::sendNotificationSync);
+    EXPECT_TRUE (meter.maxPeakHold);
+    panel.typeBox.setSelectedId (LevelMeterProcessor::lufs, juce::sendNotificationSync);
+    EXPECT_EQ (meter.processor.meterType.load(), LevelMeterProcessor::lufs);
+    EXPECT_FALSE (panel.levelDecayBox.isVisible());
+    EXPECT_FALSE (panel.peakDecayBox.isVisible());
+    EXPECT_TRUE (panel.lufsTypeBox.isVisible());
+    EXPECT_FALSE (meter.maxPeakHold) << "plain LUFS has no hold";
+
+    panel.typeBox.setSelectedId (LevelMeterProcessor::lufsAndTruePeak, juce::sendNotificationSync);
+    EXPECT_TRUE (panel.peakDecayBox.isVisible());
+    EXPECT_FALSE (panel.levelDecayBox.isVisible());
+
+    panel.peakDecayBox.setSelectedId (5, juce::sendNotificationSync);
+    EXPECT_EQ (meter.processor.smoothedPeakDecayTime.load(), 5.0);
+
+    // The "out" set goes to the meter named "out"; "in" takes the first.
+    LevelMeter::Settings settings;
+    settings.first = { "in", LevelMeterProcessor::rms, 1, 1.0, 1.0, true, false };
+    settings.second = { "out", LevelMeterProcessor::truePeak, 1, 0.1, 5.0, false, true };
+    meter.applySettings (settings);
+    EXPECT_EQ (meter.processor.meterType.load(), LevelMeterProcessor::rms);
+    EXPECT_EQ (meter.getSelectedTypeName(), "RMS");
+    LevelMeter out ("out", nullptr);
+    out.applySettings (settings);
+    EXPECT_EQ (out.processor.meterType.load(), LevelMeterProcessor::truePeak);
+    EXPECT_TRUE (out.clipHold);
+}
