@@ -112,44 +112,8 @@ namespace
         addRealTimeFactor (state);
     }
 
-    // Prints each run's real-time factor and its ratio to the baseline's.
-    class RatioReporter : public benchmark::ConsoleReporter
-    {
-    public:
-        void ReportRuns (const std::vector<Run>& runs) override
-        {
-            ConsoleReporter::ReportRuns (runs);
-            for (const auto& run : runs)
-                if (run.aggregate_name == "median")
-                    if (auto it = run.counters.find ("realtime_factor"); it != run.counters.end())
-                        factors[run.run_name.function_name] = it->second.value;
-        }
-
-        void Finalize() override
-        {
-            ConsoleReporter::Finalize();
-            const auto baseline = factors.find ("BaselineJuceTransport");
-            std::printf ("\n%-28s %24s %18s\n", "path (median of 5)", "real-time factor", "vs JUCE transport");
-            for (const auto& [name, factor] : factors)
-                std::printf ("%-28s %24.0f %17.2fx\n", name.c_str(), factor,
-                             baseline != factors.end() && baseline->second > 0 ? factor / baseline->second : 0.0);
-        }
-
-    private:
-        std::map<std::string, double> factors;
-    };
 }
 
 // 2000 blocks (23 s of audio) fit in the 30 s file, so neither path runs past its end.
 BENCHMARK (DeckAndMasterPath)->Unit (benchmark::kMicrosecond)->Iterations (2000)->Repetitions (5)->ReportAggregatesOnly (true);
 BENCHMARK (BaselineJuceTransport)->Unit (benchmark::kMicrosecond)->Iterations (2000)->Repetitions (5)->ReportAggregatesOnly (true);
-
-int main (int argc, char** argv)
-{
-    juce::ScopedJuceInitialiser_GUI juce;
-    benchmark::Initialize (&argc, argv);
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks (&reporter);
-    benchmark::Shutdown();
-    return 0;
-}

@@ -1,0 +1,68 @@
+// Runs every benchmark, then prints each group's speed as a ratio to its baseline.
+#include <benchmark/benchmark.h>
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <map>
+
+namespace
+{
+    // The runs compared, each with the baseline it is divided by, and the value compared.
+    struct Comparison
+    {
+        const char* run;
+        const char* baseline;
+        const char* what;
+    };
+
+    const Comparison comparisons[] = {
+        { "DeckAndMasterPath", "BaselineJuceTransport", "realtime_factor" },
+        { "Loudness", "Libebur128Loudness", "items_per_second" },
+        { "TruePeak", "Libebur128TruePeak", "items_per_second" },
+    };
+
+    class RatioReporter : public benchmark::ConsoleReporter
+    {
+    public:
+        void ReportRuns (const std::vector<Run>& runs) override
+        {
+            ConsoleReporter::ReportRuns (runs);
+
+            for (const auto& run : runs)
+            {
+                // Repeated runs report their median; single runs themselves.
+                if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median")
+                    continue;
+
+                const auto name = run.run_name.function_name;
+                for (const auto& [counter, value] : run.counters)
+                    values[name][counter] = value.value;
+            }
+        }
+
+        void Finalize() override
+        {
+            ConsoleReporter::Finalize();
+            std::printf ("\n%-22s %-24s %-18s %16s %16s %8s\n", "run", "baseline", "measure", "run", "baseline", "ratio");
+
+            for (const auto& c : comparisons)
+            {
+                const auto run = values[c.run][c.what], base = values[c.baseline][c.what];
+                std::printf ("%-22s %-24s %-18s %16.4g %16.4g %7.2fx\n", c.run, c.baseline, c.what, run, base,
+                             base > 0.0 ? run / base : 0.0);
+            }
+        }
+
+    private:
+        std::map<std::string, std::map<std::string, double>> values;
+    };
+}
+
+int main (int argc, char** argv)
+{
+    juce::ScopedJuceInitialiser_GUI juce;
+    benchmark::Initialize (&argc, argv);
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks (&reporter);
+    benchmark::Shutdown();
+    return 0;
+}
