@@ -41,6 +41,30 @@ void Ebu128LoudnessMeter::Histogram::add (double loudness) noexcept
     top = std::max (top, key);
 }
 
+void Ebu128LoudnessMeter::Gate::add (double meanSquare) noexcept
+{
+    // A zero mean square gives minus infinity, which fails both gates by itself.
+    const auto L = loudnessOf (meanSquare);
+
+    if (L > -70.0)
+    {
+        ++count;
+        sum += meanSquare;
+        relativeThreshold = loudnessOf (sum / count) + relativeGate;
+    }
+
+    if (L > -100.0)
+        histogram.add (L);
+}
+
+void Ebu128LoudnessMeter::Gate::clear() noexcept
+{
+    count = 0;
+    sum = 0.0;
+    relativeThreshold = -70.0;
+    histogram.clear();
+}
+
 //==============================================================================
 Ebu128LoudnessMeter::Ebu128LoudnessMeter()
     : preFilter (SecondOrderIIRFilter::preFilter()), lowFrequencyFilter (SecondOrderIIRFilter::lowFrequencyBCurve())
@@ -104,11 +128,8 @@ void Ebu128LoudnessMeter::reset() noexcept
     numberOfSamplesInTheCurrentBin = 0;
     measurementDuration = 0;
     binsSinceLastGate = 1;
-    blockCount = rangeBlockCount = 0;
-    blockSum = rangeBlockSum = 0.0;
-    relativeThreshold = rangeRelativeThreshold = -70.0;
-    histogramOfBlockLoudness.clear();
-    histogramOfRangeLoudness.clear();
+    integratedGate.clear();
+    rangeGate.clear();
 
     for (auto* value : { &integratedLoudness, &loudnessRangeStart, &loudnessRangeEnd, &shortTermLoudness,
                          &maximumShortTermLoudness, &momentaryLoudness, &maximumMomentaryLoudness })
@@ -229,41 +250,17 @@ void Ebu128LoudnessMeter::completeBin() noexcept
 
 void Ebu128LoudnessMeter::runGates() noexcept
 {
-    // A zero mean square gives minus infinity, which fails both gates by itself.
-    const auto s = weightedSum (averageOfTheLast400ms);
-    const auto L = loudnessOf (s);
-
-    if (L > -70.0)
-    {
-        ++blockCount;
-        blockSum += s;
-        relativeThreshold = loudnessOf (blockSum / blockCount) - 10.0;
-    }
-
-    if (L > -100.0)
-        histogramOfBlockLoudness.add (L);
-
+    integratedGate.add (weightedSum (averageOfTheLast400ms));
     updateIntegrated();
 
-    const auto s3 = weightedSum (averageOfTheLast3s);
-    const auto L3 = loudnessOf (s3);
-
-    if (L3 > -70.0)
-    {
-        ++rangeBlockCount;
-        rangeBlockSum += s3;
-        rangeRelativeThreshold = loudnessOf (rangeBlockSum / rangeBlockCount) - 20.0;
-    }
-
-    if (L3 > -100.0)
-        histogramOfRangeLoudness.add (L3);
-
+    rangeGate.add (weightedSum (averageOfTheLast3s));
     updateRange();
 }
 
 void Ebu128LoudnessMeter::updateIntegrated() noexcept
 {
-    const auto& h = histogramOfBlockLoudness;
+    const auto& h = integratedGate.histogram;
+    const auto relativeThreshold = integratedGate.relativeThreshold;
 
     if (h.isEmpty() || h.top * 0.1 <= relativeThreshold)
         return;
@@ -283,7 +280,8 @@ void Ebu128LoudnessMeter::updateIntegrated() noexcept
 
 void Ebu128LoudnessMeter::updateRange() noexcept
 {
-    const auto& h = histogramOfRangeLoudness;
+    const auto& h = rangeGate.histogram;
+    const auto rangeRelativeThreshold = rangeGate.relativeThreshold;
 
     if (h.isEmpty() || h.top * 0.1 <= rangeRelativeThreshold || (freezeLoudnessRangeOnSilence && currentBlockIsSilent))
         return;

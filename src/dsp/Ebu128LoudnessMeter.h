@@ -73,6 +73,21 @@ private:
         [[nodiscard]] int count (int key) const noexcept { return counts[(size_t) (key - lowestKey)]; }
     };
 
+    // One gated series of block loudnesses: the absolute gate at -70, a relative threshold some
+    // LU under the mean of what passed it, and the histogram of every block above -100.
+    struct Gate
+    {
+        const double relativeGate; // LU under the gated mean
+
+        int count = 0;
+        double sum = 0.0;
+        double relativeThreshold = -70.0;
+        Histogram histogram;
+
+        void add (double meanSquare) noexcept;
+        void clear() noexcept;
+    };
+
     void addSquares (int channels, int numSamples) noexcept;
     void completeBin() noexcept;
     void runGates() noexcept;
@@ -94,9 +109,7 @@ private:
     int currentBin = 0, numberOfSamplesInTheCurrentBin = 0, binsSinceLastGate = 1, measurementDuration = 0;
     std::vector<double> averageOfTheLast3s, averageOfTheLast400ms, channelWeighting;
 
-    int blockCount = 0, rangeBlockCount = 0;
-    double blockSum = 0.0, relativeThreshold = -70.0, rangeBlockSum = 0.0, rangeRelativeThreshold = -70.0;
-    Histogram histogramOfBlockLoudness, histogramOfRangeLoudness;
+    Gate integratedGate { -10.0 }, rangeGate { -20.0 };
 
     // Energy of each histogram key, 10^((key/10 + 0.691)/10), made once.
     std::array<double, numKeys> keyEnergy {};
