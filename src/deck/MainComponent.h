@@ -89,8 +89,8 @@ public:
 
     TrackDeck trackDeck;
     PlaylistComponent playlist;
+    WaveformBackground waveformBackground; // before the waveform, which draws on it from its constructor
     WaveformComponent waveform;
-    WaveformBackground waveformBackground;
     TimerComponent timer;
     LevelMeter inputMeter { "in", &isPlaying }, outputMeter { "out", &isPlaying };
     EQComponent deckEQ;

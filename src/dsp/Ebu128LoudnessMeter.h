@@ -77,7 +77,9 @@ private:
     // LU under the mean of what passed it, and the histogram of every block above -100.
     struct Gate
     {
-        const double relativeGate; // LU under the gated mean
+        explicit Gate (double gateLU) : relativeGate (gateLU) {}
+
+        const double relativeGate; // LU relative to the gated mean
 
         int count = 0;
         double sum = 0.0;
