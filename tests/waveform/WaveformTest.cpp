@@ -1,0 +1,249 @@
+#include "support/DeckHarness.h"
+#include "waveform/FormatTime.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode;
+using namespace MarlodeTest;
+
+TEST (FormatTime, EdgesOfTheClockText)
+{
+    EXPECT_EQ (formatTime (-0.1), "0:00.000");
+    EXPECT_EQ (formatTime (0.0), "00:00.000");
+    EXPECT_EQ (formatTime (3661.5), "1:01:01.500");
+    EXPECT_EQ (formatTime (59.999), "00:59.999");
+    EXPECT_EQ (formatTime (600.25), "10:00.250");
+}
+
+TEST (TimelineHeader, TicksBySpan)
+{
+    double start = 0.0, end = 1.9, span = 1.9;
+    TimelineHeader header (&start, &end, &span);
+    EXPECT_TRUE (header.getTickTimes().empty()) << "under two seconds: no ticks";
+
+    end = span = 2.0;
+    EXPECT_EQ (header.getTickTimes(), (std::vector<double> { 0.0, 1.0, 2.0 }));
+
+    start = 7.3, end = 37.3, span = 30.0;
+    EXPECT_EQ (header.getTickTimes(), (std::vector<double> { 10.0, 15.0, 20.0, 25.0, 30.0, 35.0 }));
+
+    // Minutes from 120 s: the first at trunc (step + start / 60), then one step on.
+    start = 90.0, end = 690.0, span = 600.0;
+    const auto ticks = header.getTickTimes();
+    ASSERT_FALSE (ticks.empty());
+    EXPECT_EQ (ticks[0], 120.0);
+    EXPECT_EQ (ticks[1], 180.0);
+}
+
+namespace
+{
+    struct WaveformTest : ::testing::Test
+    {
+        TempFolder temp;
+        AlertRecorder alerts;
+        DeckHarness h;
+        WaveformComponent& w = h.deck.waveform;
+
+        void SetUp() override
+        {
+            // Slow shapes, many pixels wide at any zoom used here: a column's extent then
+            // depends on its time and not on how the thumbnail's bins fall into pixels.
+            const auto file = writeWav (temp.file ("tone.wav"), 44100.0, 2, 44100 * 20, [] (int c, int i)
+                                        { return (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * (c ? 1.3 : 0.5) * i / 44100.0)); });
+            ASSERT_TRUE (h.load (file));
+            ASSERT_TRUE (pumpUntil ([&] { return ! w.isDrawingDirect(); }, 5000)) << "the thumbnail never completed";
+        }
+    };
+}
+
+TEST_F (WaveformTest, ZoomScrollAndFollowKeepTheViewSane)
+{
+    EXPECT_DOUBLE_EQ (w.viewSpan, 20.0);
+    EXPECT_DOUBLE_EQ (w.loopEnd.load(), 20.0);
+
+    // Zoom out at full view does nothing; zoom in halves about the play head.
+    w.zoomOut (WaveformComponent::anchorPosition, 0.0);
+    EXPECT_DOUBLE_EQ (w.viewSpan, 20.0);
+    w.position = 4.0;
+    w.zoomIn (WaveformComponent::anchorPosition, 0.0);
+    EXPECT_DOUBLE_EQ (w.viewStart, 2.0);
+    EXPECT_DOUBLE_EQ (w.viewEnd, 12.0);
+
+    for (int i = 0; i < 20; ++i)
+        w.zoomIn (WaveformComponent::anchorPosition, 0.0);
+    EXPECT_GT (w.viewSpan, 0.025) << "never below the smallest span";
+    EXPECT_LT (w.viewSpan, 0.05);
+
+    // Scrolling moves a tenth of the span and stops at the ends.
+    const auto span = w.viewSpan;
+    const auto before = w.viewStart;
+    w.scrollView (true);
+    EXPECT_NEAR (w.viewStart - before, span / 10.0, 1e-9);
+    for (int i = 0; i < 100000 && w.viewEnd < w.getTrackLength(); ++i)
+        w.scrollView (true);
+    EXPECT_DOUBLE_EQ (w.viewEnd, 20.0);
+
+    // Follow may look before 0; turning it off pulls the view back with its span.
+    w.zoomOut (WaveformComponent::anchorPosition, 0.0);
+    w.zoomOut (WaveformComponent::anchorPosition, 0.0);
+    const auto followSpan = w.viewSpan;
+    w.position = 0.0;
+    w.followButton.setToggleState (true, juce::sendNotificationSync);
+    EXPECT_LT (w.viewStart, 0.0);
+    w.followButton.setToggleState (false, juce::sendNotificationSync);
+    EXPECT_DOUBLE_EQ (w.viewStart, 0.0);
+    EXPECT_DOUBLE_EQ (w.viewSpan, followSpan);
+}
+
+TEST_F (WaveformTest, MarkersDragNudgeAndMoveTheLoopWhole)
+{
+    // A start set past the end carries the loop's length with it, limited by the track.
+    w.loopStart = 2.0;
+    w.loopEnd = 5.0;
+    w.updateLoopMarkers();
+    w.loopStart = 10.0;
+    w.updateLoopMarkers();
+    EXPECT_DOUBLE_EQ (w.loopEnd.load(), 13.0);
+
+    // Dragging the start tab into the end tab stops short of it.
+    w.tabDragged (&w.loopStartTab, w.loopEndTab.getX() + 100);
+    EXPECT_LT (w.loopStart.load(), w.loopEnd.load());
+    EXPECT_LE (w.loopStartTab.getX() + w.loopStartTab.getWidth() / 2, w.loopEndTab.getX() + 1);
+
+    // Replay limits and nudges by a 300th of the span.
+    w.replayTime = -3.0;
+    w.updateReplayMarker();
+    EXPECT_EQ (w.replayTime.load(), 0.0);
+    w.replayTime = 50.0;
+    w.updateReplayMarker();
+    EXPECT_EQ (w.replayTime.load(), 20.0);
+
+    w.loopStart = 1.0;
+    w.loopEnd = 3.0;
+    w.updateLoopMarkers();
+    w.nudgeLoopStart (true);
+    EXPECT_NEAR (w.loopStart.load(), 1.0 + 20.0 / 300.0, 1e-9);
+    w.nudgeLoopEnd (false);
+    EXPECT_NEAR (w.loopEnd.load(), 3.0 - 20.0 / 300.0, 1e-9);
+
+    // Ctrl-Shift-click left of the loop start does nothing; a click at the end doesn't seek.
+    const auto area = w.getWaveformArea();
+    auto click = [&] (int x, juce::ModifierKeys mods)
+    {
+        w.mouseDown (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(), juce::Point<float> ((float) x, (float) area.getCentreY()),
+                                       mods, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, &w, &w, juce::Time(), {}, juce::Time(), 1, false));
+    };
+    const auto endBefore = w.loopEnd.load();
+    click (1, juce::ModifierKeys (juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier));
+    EXPECT_EQ (w.loopEnd.load(), endBefore);
+
+    w.loopButton.setToggleState (true, juce::sendNotificationSync);
+    click (area.getWidth() / 2, {});
+    EXPECT_NEAR (w.position.load(), 10.0, 0.05);
+    EXPECT_FALSE (w.loopEnabled.load()) << "a seek past a running loop's end leaves the loop";
+}
+
+TEST_F (WaveformTest, ScrollingImagesDrawWhatDirectDrawingDraws)
+{
+    w.position = 5.0;
+    w.zoomIn (WaveformComponent::anchorPosition, 0.0);
+    w.followButton.setToggleState (true, juce::sendNotificationSync);
+
+    // Follow across an image boundary: several ticks, then compare the two ways of drawing.
+    for (double t = 5.0; t < 12.0; t += 0.7)
+    {
+        w.position = t;
+        w.redrawWaveformImages();
+    }
+
+    const auto viaImages = w.renderWaveformArea (false);
+    const auto direct = w.renderWaveformArea (true);
+    ASSERT_EQ (viaImages.getBounds(), direct.getBounds());
+
+    // Each column's drawn extent, top and bottom: the thumbnail's bins fall a pixel apart when
+    // the same time is drawn from another start, so a column may match its neighbour.
+    auto extents = [] (const juce::Image& image)
+    {
+        std::vector<std::pair<int, int>> columns ((size_t) image.getWidth(), { -1, -1 });
+        for (int x = 0; x < image.getWidth(); ++x)
+            for (int y = 0; y < image.getHeight(); ++y)
+                if (image.getPixelAt (x, y).getAlpha() > 128)
+                {
+                    if (columns[(size_t) x].first < 0)
+                        columns[(size_t) x].first = y;
+                    columns[(size_t) x].second = y;
+                }
+        return columns;
+    };
+
+    const auto a = extents (viaImages), b = extents (direct);
+    int drawn = 0, mismatched = 0;
+
+    for (size_t x = 1; x + 1 < a.size(); ++x)
+    {
+        if (b[x].first < 0)
+            continue;
+
+        ++drawn;
+        bool matched = false;
+        for (size_t n = x - 1; n <= x + 1; ++n)
+            matched |= std::abs (a[n].first - b[x].first) <= 2 && std::abs (a[n].second - b[x].second) <= 2;
+        mismatched += matched ? 0 : 1;
+    }
+
+    EXPECT_GT (drawn, direct.getWidth() / 2) << "the waveform drew something";
+    EXPECT_LE (mismatched, 2) << "columns where the scrolled images and direct drawing disagree";
+}
+
+TEST_F (WaveformTest, LoopWrapsAndTheEndRestartsAtTheReplayMarker)
+{
+    auto& deck = h.player();
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+
+    w.loopStart = 1.0;
+    w.loopEnd = 1.5;
+    w.updateLoopMarkers();
+    w.loopButton.setToggleState (true, juce::sendNotificationSync);
+    deck.playButtonClicked();
+    ASSERT_TRUE (pumpUntil ([&] { return deck.transportPosition() > 1.2; }, 3000));
+    pumpMessages (800);
+    EXPECT_GE (deck.transportPosition(), 0.99);
+    EXPECT_LT (deck.transportPosition(), 1.55) << "the loop keeps it between its markers";
+
+    // A loop that ends at the track's end comes back at the replay marker.
+    w.replayTime = 3.0;
+    w.replayButton.setToggleState (true, juce::sendNotificationSync);
+    w.loopStart = 19.7;
+    w.loopEnd = 20.0;
+    w.updateLoopMarkers();
+    deck.transportSource.setPosition (19.8);
+    ASSERT_TRUE (pumpUntil ([&] { const auto p = deck.transportPosition(); return p > 2.9 && p < 4.0; }, 3000));
+    EXPECT_EQ (deck.getState(), TransportState::Playing);
+}
+
+TEST_F (WaveformTest, ADeckWithMarkersAsAPicture)
+{
+    h.deck.setSize (830, 640);
+    w.loopStart = 6.0;
+    w.loopEnd = 11.0;
+    w.updateLoopMarkers();
+    w.loopButton.setToggleState (true, juce::sendNotificationSync);
+    w.replayTime = 3.0;
+    w.replayButton.setToggleState (true, juce::sendNotificationSync);
+    w.updateReplayMarker();
+    w.position = 8.0;
+    w.updatePlayhead();
+
+    const auto image = h.deck.createComponentSnapshot (h.deck.getLocalBounds());
+    const auto png = juce::File (MARLODE_BUILD_DIR).getChildFile ("marlode-deck-waveform.png");
+    png.deleteFile();
+    juce::FileOutputStream out (png);
+    ASSERT_TRUE (juce::PNGImageFormat().writeImageToStream (image, out));
+
+    // The loop's shade and the replay line stand where their times put them.
+    const auto area = w.getWaveformArea();
+    const auto xOf = [&] (double t) { return w.getX() + (int) ((t - w.viewStart) / w.viewSpan * (w.getWidth() - 2)); };
+    const auto y = w.getY() + area.getY() + 5;
+    EXPECT_NE (image.getPixelAt (xOf (8.5), y), image.getPixelAt (xOf (15.0), y)) << "inside the loop is shaded";
+    EXPECT_EQ (image.getPixelAt (xOf (3.0) + 1, y), juce::Colour (0xff9932cc));
+}
