@@ -18,6 +18,7 @@ namespace
         { "DeckAndMasterPath", "BaselineJuceTransport", "realtime_factor" },
         { "Loudness", "Libebur128Loudness", "items_per_second" },
         { "TruePeak", "Libebur128TruePeak", "items_per_second" },
+        { "ThumbnailOfAnHour", "ReadAnHour", "seconds" },
     };
 
     class RatioReporter : public benchmark::ConsoleReporter
