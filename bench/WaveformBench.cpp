@@ -9,10 +9,11 @@ namespace
     constexpr double rate = 44100.0;
     constexpr double tickSeconds = 0.033;
 
-    juce::File hourLongWav()
+    // A 16-bit stereo sine file of this length in the temporary folder, made once.
+    juce::File sineWav (const juce::String& name, double seconds)
     {
-        const auto file = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile ("marlode-bench-hour.wav");
-        const auto samples = (juce::int64) (rate * 3600.0);
+        const auto file = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile (name);
+        const auto samples = (juce::int64) (rate * seconds);
 
         if (file.getSize() > samples * 4)
             return file;
@@ -29,6 +30,8 @@ namespace
         }
         return file;
     }
+
+    juce::File hourLongWav() { return sineWav ("marlode-bench-hour.wav", 3600.0); }
 
     void ThumbnailOfAnHour (benchmark::State& state)
     {
@@ -80,17 +83,7 @@ namespace
 
         explicit LoadedDeck (int width)
         {
-            const auto file = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile ("marlode-bench-minute.wav");
-            if (! file.existsAsFile())
-            {
-                juce::WavAudioFormat wav;
-                std::unique_ptr<juce::AudioFormatWriter> w (wav.createWriterFor (file.createOutputStream().release(), rate, 2, 16, {}, 0));
-                juce::AudioBuffer<float> b (2, (int) rate * 60);
-                for (int c = 0; c < 2; ++c)
-                    for (int i = 0; i < b.getNumSamples(); ++i)
-                        b.setSample (c, i, 0.4f * (float) std::sin (i * 0.01 * (c + 1)));
-                w->writeFromAudioSampleBuffer (b, 0, b.getNumSamples());
-            }
+            const auto file = sineWav ("marlode-bench-minute.wav", 60.0);
 
             deck.setBounds (0, 0, width + 190, 900);
             deck.prepareToPlay (512, rate);

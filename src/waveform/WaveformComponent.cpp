@@ -722,27 +722,26 @@ void WaveformComponent::tabDragged (WaveformMarkerTab* tab, int x)
     }
 }
 
-void WaveformComponent::nudgeReplay (bool right)
+void WaveformComponent::nudgeBeforeLoopEnd (std::atomic<double>& marker, bool right)
 {
+    // A right nudge stops short of the loop's end; a left one only at the track's start.
     const auto n = viewSpan / markerNudgeDivisor;
 
     if (! right)
-        replayTime = juce::jmax (0.0, replayTime.load() - n);
-    else if (const auto t = replayTime.load() + n; t < loopEnd.load())
-        replayTime = juce::jmin (t, viewEnd);
+        marker = juce::jmax (0.0, marker.load() - n);
+    else if (const auto t = marker.load() + n; t < loopEnd.load())
+        marker = juce::jmin (t, viewEnd);
+}
 
+void WaveformComponent::nudgeReplay (bool right)
+{
+    nudgeBeforeLoopEnd (replayTime, right);
     updateReplayMarker();
 }
 
 void WaveformComponent::nudgeLoopStart (bool right)
 {
-    const auto n = viewSpan / markerNudgeDivisor;
-
-    if (! right)
-        loopStart = juce::jmax (0.0, loopStart.load() - n);
-    else if (const auto t = loopStart.load() + n; t < loopEnd.load())
-        loopStart = juce::jmin (t, viewEnd);
-
+    nudgeBeforeLoopEnd (loopStart, right);
     updateLoopMarkers();
 }
 
