@@ -61,6 +61,15 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
 
     resizeBar.onDrag = [this] (int offset) { setResizeDrag (offset); };
 
+    playlist.fileFilter = [this] (const juce::StringArray& paths)
+    {
+        juce::Array<juce::File> files;
+        for (const auto& path : paths)
+            if (juce::File::isAbsolutePath (path))
+                files.add (juce::File (path));
+        return vetFiles (files);
+    };
+
     playlist.addActionListener (&trackDeck);
     playlist.addActionListener (this);
     waveform.addActionListener (&trackDeck);
@@ -183,7 +192,7 @@ void MainComponent::openFiles (const juce::Array<juce::File>& files)
     validateAndAdd (files);
 }
 
-void MainComponent::validateAndAdd (const juce::Array<juce::File>& chosen)
+juce::StringArray MainComponent::vetFiles (const juce::Array<juce::File>& chosen)
 {
     juce::StringArray valid;
     juce::StringArray invalid;
@@ -205,11 +214,8 @@ void MainComponent::validateAndAdd (const juce::Array<juce::File>& chosen)
             consider (f);
     }
 
-    if (! valid.isEmpty())
-        playlist.addFiles (valid, true, true, -1);
-
     if (invalid.isEmpty())
-        return;
+        return valid;
 
     const auto n = invalid.size();
     juce::String question;
@@ -233,6 +239,15 @@ void MainComponent::validateAndAdd (const juce::Array<juce::File>& chosen)
 
                           Alerts::warning ("Invalid Files", list);
                       });
+    return valid;
+}
+
+void MainComponent::validateAndAdd (const juce::Array<juce::File>& chosen)
+{
+    const auto valid = vetFiles (chosen);
+
+    if (! valid.isEmpty())
+        playlist.addFiles (valid, true, true, -1);
 }
 
 void MainComponent::openTrack (bool)

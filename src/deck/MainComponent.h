@@ -125,6 +125,7 @@ private:
 
     void showPanel (Panel);
     void validateAndAdd (const juce::Array<juce::File>& files);
+    juce::StringArray vetFiles (const juce::Array<juce::File>& files);
     void resetPosition() noexcept;
     void setResizeDrag (int offset);
 

@@ -93,6 +93,13 @@ void MainAudioAppComponent::releaseResources()
 
 void MainAudioAppComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info)
 {
+    inAudioCallback.store (true);
+    block (info);
+    inAudioCallback.store (false);
+}
+
+void MainAudioAppComponent::block (const juce::AudioSourceChannelInfo& info) noexcept
+{
     if (decksBusy.load())
     {
         if (! info.buffer->hasBeenCleared())
@@ -146,10 +153,30 @@ void MainAudioAppComponent::changeListenerCallback (juce::ChangeBroadcaster* sou
         return;
     }
 
-    // The deferred delete of a playing deck (deck bank) hangs here once it exists.
+    // A deck asked to go while it played goes once its stop has arrived.
+    if (auto* deck = currentDeck.load(); deck != nullptr && source == deck && deck->pendingDelete
+        && ! deck->isPlaying.load())
+    {
+        deck->pendingDelete = false;
+
+        if (deleteAllPending)
+        {
+            deleteAllPending = false;
+            deleteAllDecks();
+        }
+        else
+        {
+            deleteCurrentDeck();
+        }
+    }
 }
 
 void MainAudioAppComponent::buttonClicked (juce::Button*)
+{
+    setCurrentDeckFromButtons();
+}
+
+void MainAudioAppComponent::setCurrentDeckFromButtons()
 {
     for (int i = 0; i < decks.size() && i < deckButtons.size(); ++i)
     {
@@ -183,6 +210,16 @@ void MainAudioAppComponent::addDeck (juce::XmlElement*)
     relayListeners.add (deck);
     currentDeck.store (deck);
 
+    deck->playlist.listener = this;
+    deck->playlist.getOtherDeckNumbers = [this]
+    {
+        juce::Array<int> numbers;
+        for (int i = 0; i < decks.size(); ++i)
+            if (decks[i] != currentDeck.load())
+                numbers.add (i + 1);
+        return numbers;
+    };
+
     auto* tab = new juce::TextButton (juce::String (deckButtons.size() + 1));
     tab->setRadioGroupId (1);
     tab->setClickingTogglesState (true);
@@ -203,6 +240,162 @@ void MainAudioAppComponent::addDeck (juce::XmlElement*)
         b->setVisible (decks.size() > 1);
 
     resized();
+}
+
+void MainAudioAppComponent::beginDeckListChange()
+{
+    decksBusy.exchange (true);
+
+    // A block that began before the flag may still be inside a deck.
+    while (inAudioCallback.load())
+        juce::Thread::yield();
+}
+
+void MainAudioAppComponent::renumberTabs()
+{
+    for (int i = 0; i < deckButtons.size(); ++i)
+        if (deckButtons[i]->getButtonText() != juce::String (i + 1))
+        {
+            deckButtons[i]->setButtonText (juce::String (i + 1));
+            deckButtons[i]->repaint();
+        }
+}
+
+void MainAudioAppComponent::deleteCurrentDeck()
+{
+    if (decks.size() <= 1)
+    {
+        Alerts::warning ("Oops!", "Can't delete current deck when there's only one deck!");
+        return;
+    }
+
+    auto* deck = currentDeck.load();
+    const auto index = decks.indexOf (deck);
+
+    if (index >= 0)
+    {
+        beginDeckListChange();
+
+        deckButtons.remove (index);
+        renumberTabs();
+        resized();
+        relayListeners.removeAllInstancesOf (deck);
+        currentDeck.store (nullptr);
+        previousDeck.store (nullptr);
+        deck->removeChangeListener (this);
+        decks.remove (index);
+
+        auto* first = decks.getFirst();
+        currentDeck.store (first);
+        showDeck (*first);
+        first->restoreFocus();
+        deckButtons.getFirst()->setToggleState (true, juce::dontSendNotification);
+
+        if (decks.size() == 1)
+            deckButtons.getFirst()->setVisible (false);
+
+        decksBusy.exchange (false);
+    }
+
+    if (auto* current = currentDeck.load())
+        current->restoreFocus();
+}
+
+void MainAudioAppComponent::deleteAllDecks()
+{
+    if (decks.size() <= 1)
+    {
+        Alerts::warning ("Oops!", "Can't delete all decks when there's only one deck!");
+        return;
+    }
+
+    beginDeckListChange();
+    currentDeck.store (nullptr);
+    previousDeck.store (nullptr);
+
+    for (auto* deck : decks)
+    {
+        relayListeners.removeAllInstancesOf (deck);
+        deck->removeChangeListener (this);
+    }
+
+    while (! decks.isEmpty())
+        decks.remove (decks.size() - 1);
+    while (! deckButtons.isEmpty())
+        deckButtons.remove (deckButtons.size() - 1);
+
+    addDeck (nullptr);
+    decksBusy.exchange (false);
+}
+
+void MainAudioAppComponent::sendTracksToDeck (int deckNumber, bool removeFromSource)
+{
+    auto* source = currentDeck.load();
+
+    if (source == nullptr)
+        return;
+
+    const auto paths = source->playlist.getSelectedPaths();
+
+    if (removeFromSource)
+        source->playlist.deleteSelectedRows();
+
+    if (deckNumber == 0)
+    {
+        if (decks.size() >= maxDecks)
+            return;
+
+        addDeck (nullptr);
+        currentDeck.load()->playlist.addFiles (paths, false, true, -1);
+    }
+    else if (deckNumber >= 1 && deckNumber <= decks.size())
+    {
+        decks[deckNumber - 1]->playlist.addFiles (paths, false, true, -1);
+    }
+}
+
+namespace
+{
+    /** Keeps keyboard focus within the current deck: its playlist and its waveform. */
+    class MainAppCompTraverser : public juce::ComponentTraverser
+    {
+    public:
+        explicit MainAppCompTraverser (MainAudioAppComponent& ownerToUse) : owner (ownerToUse) {}
+
+        juce::Component* getDefaultComponent (juce::Component*) override
+        {
+            auto* deck = owner.getCurrentDeck();
+            return deck != nullptr ? &deck->playlist.table : nullptr;
+        }
+
+        juce::Component* getNextComponent (juce::Component* current) override
+        {
+            auto* deck = owner.getCurrentDeck();
+            if (deck == nullptr)
+                return nullptr;
+
+            const bool inPlaylist = current == &deck->playlist || deck->playlist.isParentOf (current);
+            return inPlaylist ? static_cast<juce::Component*> (&deck->waveform) : &deck->playlist.table;
+        }
+
+        juce::Component* getPreviousComponent (juce::Component* current) override { return getNextComponent (current); }
+
+        std::vector<juce::Component*> getAllComponents (juce::Component*) override
+        {
+            auto* deck = owner.getCurrentDeck();
+            if (deck == nullptr)
+                return {};
+            return { &deck->playlist.table, &deck->waveform };
+        }
+
+    private:
+        MainAudioAppComponent& owner;
+    };
+}
+
+std::unique_ptr<juce::ComponentTraverser> MainAudioAppComponent::createKeyboardFocusTraverser()
+{
+    return std::make_unique<MainAppCompTraverser> (*this);
 }
 
 void MainAudioAppComponent::showDeck (MainComponent& deck)

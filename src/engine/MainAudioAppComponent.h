@@ -28,7 +28,8 @@ class MainAudioAppComponent : public juce::AudioAppComponent,
                               public juce::ChangeListener,
                               public juce::Button::Listener,
                               private juce::Timer,
-                              public TimerRelayBroadcaster
+                              public TimerRelayBroadcaster,
+                              public PlaylistComponent::Listener
 {
 public:
     /** Opens the output device unless told not to (tests that drive the block path themselves). */
@@ -45,6 +46,18 @@ public:
     //==============================================================================
     /** A new deck from saved state or defaults; it becomes the current one. At most 4. */
     void addDeck (juce::XmlElement* deckState);
+
+    /** Removes the current deck (not the last one); the first deck becomes current. */
+    void deleteCurrentDeck();
+
+    /** Back to one fresh deck. */
+    void deleteAllDecks();
+
+    /** The deck tab's click: the deck whose tab is on becomes current. */
+    void setCurrentDeckFromButtons();
+
+    /** The current deck's selected tracks to deck 1 to 4, or to a new deck (0). */
+    void sendTracksToDeck (int deckNumber, bool removeFromSource) override;
 
     /** Opens a command line's files on the current deck. */
     void openCommandLine (const juce::String& commandLine);
@@ -73,6 +86,9 @@ public:
     // True while the deck list changes; the audio thread then outputs silence.
     std::atomic<bool> decksBusy { false };
 
+    // The audio thread holds it during each block, so a deck is freed only once no block uses it.
+    std::atomic<bool> inAudioCallback { false };
+
     const int numChannels = 2;
     int blockSize = 512;
     int sampleRate = 44100; // the device's rate, truncated; the decks get this one
@@ -82,6 +98,7 @@ public:
     VolumeAndPanComponent volumeAndPan;
 
     std::unique_ptr<juce::XmlElement> savedAudioState;
+    bool deleteAllPending = false;
     juce::ApplicationCommandManager commandManager;
     PopupDisplayComponent* activePopup = nullptr;
 
@@ -89,7 +106,11 @@ public:
 
 private:
     void timerCallback() override;
+    void block (const juce::AudioSourceChannelInfo&) noexcept;
     void showDeck (MainComponent&);
+    void renumberTabs();
+    void beginDeckListChange();
+    std::unique_ptr<juce::ComponentTraverser> createKeyboardFocusTraverser() override;
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (MainAudioAppComponent)
 };

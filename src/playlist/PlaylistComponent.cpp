@@ -2,15 +2,112 @@
 #include "app/AppGlobals.h"
 #include "ui/Alerts.h"
 #include "ui/PopupTextWindow.h"
+#include "ui/SondrelLookAndFeel.h"
 
 namespace Marlode
 {
 
-PlaylistComponent::PlaylistComponent (juce::AudioFormatManager& formats) : formatManager (formats)
+namespace
 {
-    setWantsKeyboardFocus (true);
+    struct Column
+    {
+        int id;
+        const char* title;
+        int width;
+    };
+
+    const Column columns[] = { { 1, "#", 25 },           { 2, "File Name", 200 }, { 6, "Duration", 75 },
+                               { 4, "Format", 75 },      { 8, "Sample Rate", 100 }, { 9, "Bits", 35 },
+                               { 5, "Size MB", 75 },     { 7, "Channels", 75 },     { 3, "File Path", 500 } };
+
+    const juce::Colour evenRowColour (0xff1a1c1a), selectedColour (0xff4b4b4b), loadedColour (0xff3c4a3c),
+        playingColour (0xff2e6b2e), insertionColour (0xfff5f5f5), analysedColour (0xff008000);
+
+    PlaylistRow rowFor (const juce::File& file, const juce::AudioFormatReader& reader)
+    {
+        PlaylistRow row;
+        row.file = file;
+        row.path = file.getFullPathName();
+        row.fileName = file.getFileNameWithoutExtension();
+        row.format = file.getFileExtension().fromFirstOccurrenceOf (".", false, false).toUpperCase();
+        row.sampleRate = reader.sampleRate;
+        row.bitsPerSample = (int) reader.bitsPerSample;
+        row.numChannels = (int) reader.numChannels;
+        row.lengthInSamples = reader.lengthInSamples;
+        row.sizeMB = (double) file.getSize() / 1.0e6;
+
+        const auto rate = (juce::int64) reader.sampleRate;
+        const auto seconds = rate > 0 ? reader.lengthInSamples / rate : 0;
+        row.durationText = juce::String::formatted ("%02d:%02d:%02d", (int) (seconds / 3600), (int) ((seconds / 60) % 60), (int) (seconds % 60));
+        return row;
+    }
+
+    /** Covers the playlist while its menu is open: a click there dismisses the menu. */
+    class ModalPopupDismissMouseEater : public juce::Component
+    {
+    public:
+        explicit ModalPopupDismissMouseEater (std::function<void()> onClick) : clicked (std::move (onClick)) {}
+
+        void mouseDown (const juce::MouseEvent&) override
+        {
+            juce::PopupMenu::dismissAllActiveMenus();
+            if (clicked)
+                clicked();
+        }
+
+    private:
+        std::function<void()> clicked;
+    };
 }
 
+PlaylistComponent::PlaylistComponent (juce::AudioFormatManager& formats) : formatManager (formats)
+{
+    setWantsKeyboardFocus (false);
+
+    for (const auto& c : columns)
+        table.getHeader().addColumn (c.title, c.id, c.width, 20, 1000, juce::TableHeaderComponent::defaultFlags);
+
+    table.setRowHeight (rowHeight);
+    table.setMultipleSelectionEnabled (true);
+    table.setColour (juce::ListBox::backgroundColourId, juce::Colour (0xff0f0f0f));
+    table.setWantsKeyboardFocus (true);
+    addAndMakeVisible (table);
+}
+
+PlaylistComponent::~PlaylistComponent()
+{
+    modalPopupEater.reset();
+}
+
+//==============================================================================
+juce::String PlaylistComponent::getCellText (const PlaylistRow& r, int columnId)
+{
+    auto dB = [] (double v) { return juce::String (v, 2) + " dB"; };
+
+    switch (columnId)
+    {
+        case 1: return juce::String (r.rowNumber);
+        case 2: return r.fileName;
+        case 3: return r.path;
+        case 4: return r.format;
+        case 5: return juce::String (r.sizeMB, 2) + " MB";
+        case 6: return r.durationText;
+        case 7: return juce::String (r.numChannels);
+        case 8: return juce::String (r.sampleRate, 0);
+        case 9: return r.format == "MP3" ? juce::String() : juce::String (r.bitsPerSample);
+        case 10: return dB (r.lufs);
+        case 11: return dB (r.truePeakMax);
+        case 12: return dB (r.rmsStereo);
+        case 13: return dB (r.rmsLeft);
+        case 14: return dB (r.rmsRight);
+        case 15: return dB (r.peakLeft);
+        case 16: return dB (r.peakRight);
+        case 17: return r.analysisTime;
+        default: return {};
+    }
+}
+
+//==============================================================================
 void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst, bool appendToEnd, int insertAt)
 {
     std::vector<PlaylistRow> added;
@@ -22,36 +119,47 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
             continue;
 
         const juce::File file (path);
-        std::unique_ptr<juce::AudioFormatReader> reader (formatManager.createReaderFor (file));
 
-        if (reader == nullptr)
+        // Directories and devices can't be tracks; a reader would block on a device.
+        if (file.exists() && ! file.existsAsFile())
         {
             failed.add (path);
             continue;
         }
 
-        PlaylistRow row;
-        row.file = file;
-        row.path = file.getFullPathName();
-        row.fileName = file.getFileNameWithoutExtension();
-        row.format = file.getFileExtension().fromFirstOccurrenceOf (".", false, false).toUpperCase();
-        row.sampleRate = reader->sampleRate;
-        row.bitsPerSample = (int) reader->bitsPerSample;
-        row.numChannels = (int) reader->numChannels;
-        row.lengthInSamples = reader->lengthInSamples;
-        added.push_back (std::move (row));
+        std::unique_ptr<juce::AudioFormatReader> reader (formatManager.createReaderFor (file));
+
+        if (reader == nullptr)
+            failed.add (path);
+        else
+            added.push_back (rowFor (file, *reader));
     }
 
-    const auto firstNew = (appendToEnd || insertAt < 0 || insertAt > (int) rows.size()) ? (int) rows.size() : insertAt;
+    int firstNew = (int) rows.size();
+
+    if (! rows.empty() && ! appendToEnd)
+    {
+        if (insertAt >= 0)
+            firstNew = juce::jmin (insertAt, (int) rows.size());
+        else if (table.getNumSelectedRows() > 0)
+            firstNew = table.getSelectedRows().getRange (table.getSelectedRows().getNumRanges() - 1).getEnd();
+    }
+
+    const bool hadRows = ! rows.empty();
 
     if (! added.empty())
     {
         rows.insert (rows.begin() + firstNew, added.begin(), added.end());
 
-        if (currentRow >= firstNew)
-            currentRow += (int) added.size();
+        if (loadedRow >= firstNew)
+            loadedRow += (int) added.size();
 
-        repaint();
+        rowsChanged();
+
+        if (hadRows)
+            table.selectRangeOfRows (firstNew, firstNew + (int) added.size() - 1, true);
+        else
+            table.selectRow ((int) rows.size() - 1);
     }
 
     if (! failed.isEmpty())
@@ -79,17 +187,23 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
         selectRow (firstNew);
 }
 
+void PlaylistComponent::rowsChanged()
+{
+    table.updateContent();
+    repaint();
+}
+
 void PlaylistComponent::markLoaded (int row)
 {
     for (auto& r : rows)
         r.isLoaded = false;
 
-    currentRow = row;
+    loadedRow = juce::isPositiveAndBelow (row, (int) rows.size()) ? row : -1;
 
-    if (juce::isPositiveAndBelow (row, (int) rows.size()))
-        rows[(size_t) row].isLoaded = true;
+    if (loadedRow >= 0)
+        rows[(size_t) loadedRow].isLoaded = true;
 
-    repaint();
+    table.repaint();
 }
 
 void PlaylistComponent::selectRow (int row)
@@ -101,17 +215,68 @@ void PlaylistComponent::selectRow (int row)
     sendActionMessage ("New Track Selected");
 }
 
+void PlaylistComponent::deleteSelectedRows()
+{
+    const auto selected = table.getSelectedRows();
+    int removed = 0;
+
+    for (int i = 0; i < selected.size(); ++i)
+    {
+        const auto index = selected[i] - removed;
+
+        if (! juce::isPositiveAndBelow (index, (int) rows.size()))
+            continue;
+
+        if (index == loadedRow)
+        {
+            loadedRow = -1;
+            sendActionMessage ("Current Track Deleted");
+        }
+        else if (index < loadedRow)
+        {
+            --loadedRow;
+        }
+
+        rows.erase (rows.begin() + index);
+        ++removed;
+    }
+
+    table.deselectAllRows();
+    rowsChanged();
+}
+
 void PlaylistComponent::clear()
 {
-    const bool hadLoaded = juce::isPositiveAndBelow (currentRow, (int) rows.size());
+    const bool hadLoaded = loadedRow >= 0;
     rows.clear();
-    currentRow = -1;
+    loadedRow = -1;
     playingIndicator = false;
 
     if (hadLoaded)
         sendActionMessage ("Current Track Deleted");
 
-    repaint();
+    table.deselectAllRows();
+    rowsChanged();
+}
+
+std::vector<const PlaylistRow*> PlaylistComponent::getSelectedRows() const
+{
+    std::vector<const PlaylistRow*> selected;
+    const auto set = table.getSelectedRows();
+
+    for (int i = 0; i < set.size(); ++i)
+        if (auto* r = getRow (set[i]))
+            selected.push_back (r);
+
+    return selected;
+}
+
+juce::StringArray PlaylistComponent::getSelectedPaths() const
+{
+    juce::StringArray paths;
+    for (auto* r : getSelectedRows())
+        paths.add (r->path);
+    return paths;
 }
 
 const PlaylistRow* PlaylistComponent::getRow (int row) const noexcept
@@ -121,9 +286,8 @@ const PlaylistRow* PlaylistComponent::getRow (int row) const noexcept
 
 juce::String PlaylistComponent::getCurrentRowPath() const
 {
-    if (auto* row = getRow (currentRow))
+    if (auto* row = getRow (loadedRow))
         return row->path;
-
     return {};
 }
 
@@ -135,7 +299,7 @@ bool PlaylistComponent::isRowPlayable (int row) const
 
 juce::String PlaylistComponent::moveCurrentRow (int delta)
 {
-    const auto target = currentRow + delta;
+    const auto target = loadedRow + delta;
 
     if (! isRowPlayable (target))
         return {};
@@ -146,7 +310,7 @@ juce::String PlaylistComponent::moveCurrentRow (int delta)
 
 juce::String PlaylistComponent::nextPlayableFile()
 {
-    for (int row = currentRow + 1; row < (int) rows.size(); ++row)
+    for (int row = loadedRow + 1; row < (int) rows.size(); ++row)
         if (isRowPlayable (row))
         {
             markLoaded (row);
@@ -159,39 +323,310 @@ juce::String PlaylistComponent::nextPlayableFile()
 void PlaylistComponent::setPlayingIndicator (bool isPlaying)
 {
     playingIndicator = isPlaying;
+    table.repaint();
+}
+
+//==============================================================================
+void PlaylistComponent::paintRowBackground (juce::Graphics& g, int row, int width, int height, bool selected)
+{
+    if (selected)
+        g.fillAll (selectedColour);
+    else if (row % 2 == 0)
+        g.fillAll (evenRowColour);
+
+    if (row == loadedRow)
+        g.fillAll (playingIndicator ? playingColour : loadedColour);
+
+    g.setColour (insertionColour);
+    const auto numRows = (int) rows.size();
+
+    if (isRowDragActive && ! draggedRows.contains (row) && numRows >= 2 && dropIndex >= 0)
+    {
+        const auto lineRow = dropIndex >= numRows ? numRows - 1 : dropIndex;
+        const auto firstSelected = draggedRows.isEmpty() ? -1 : draggedRows[0];
+
+        if (row == lineRow && dropIndex != firstSelected)
+        {
+            const bool atBottom = firstSelected < dropIndex || dropIndex >= numRows;
+            g.fillRect (0, atBottom ? height - 3 : 0, width, 3);
+        }
+    }
+    else if (isFileDragActive && dropIndex >= 0)
+    {
+        if (dropIndex >= numRows && row == numRows - 1)
+            g.fillRect (0, height - 3, width, 3);
+        else if (row == dropIndex)
+            g.fillRect (0, 0, width, 3);
+    }
+}
+
+void PlaylistComponent::paintCell (juce::Graphics& g, int row, int columnId, int width, int height, bool)
+{
+    if (! juce::isPositiveAndBelow (row, (int) rows.size()))
+        return;
+
+    auto& r = rows[(size_t) row];
+
+    if (columnId == 1)
+    {
+        r.rowNumber = row + 1;
+
+        if (r.isAnalysed)
+        {
+            g.setColour (analysedColour);
+            g.drawRoundedRectangle (juce::Rectangle<float> (1.0f, 2.0f, (float) width - 2.0f, (float) height - 4.0f), 3.0f, 1.0f);
+        }
+    }
+
+    g.setColour (textColour);
+    g.setFont ((float) height * 0.6f);
+    const auto justification = (columnId == 2 || columnId == 3) ? juce::Justification::centredLeft : juce::Justification::centred;
+    g.drawText (getCellText (r, columnId), 2, 0, width - 4, height, justification, true);
+
+    g.setColour (juce::Colour (0xff3c3c3c));
+    g.fillRect (width - 1, 0, 1, height);
+}
+
+void PlaylistComponent::cellClicked (int, int, const juce::MouseEvent& e)
+{
+    if (e.mods.isPopupMenu())
+        showRowMenu();
+}
+
+void PlaylistComponent::cellDoubleClicked (int row, int, const juce::MouseEvent&) { selectRow (row); }
+void PlaylistComponent::returnKeyPressed (int row) { selectRow (row); }
+void PlaylistComponent::deleteKeyPressed (int) { deleteSelectedRows(); }
+
+void PlaylistComponent::backgroundClicked (const juce::MouseEvent&)
+{
+    table.deselectAllRows();
     repaint();
+}
+
+void PlaylistComponent::selectedRowsChanged (int row)
+{
+    const auto selected = table.getSelectedRows();
+
+    if (rows.empty() || selected.isEmpty())
+        return;
+
+    if (selected.size() == 1)
+    {
+        anchorRow = row;
+        return;
+    }
+
+    // Shift with the arrows shrinks a range from the end it grew at.
+    const auto first = selected[0];
+    const auto last = selected[selected.size() - 1];
+
+    if (row == last - 2 && anchorRow < row)
+        table.deselectRow (last - 1);
+    else if (anchorRow > row && row == first + 1)
+        table.deselectRow (first);
+    else if (row == anchorRow)
+    {
+        table.deselectAllRows();
+        table.selectRow (anchorRow);
+    }
+}
+
+//==============================================================================
+juce::var PlaylistComponent::getDragSourceDescription (const juce::SparseSet<int>& selected)
+{
+    draggedRows = selected;
+    isRowDragActive = true;
+    repaint();
+    return "Row Drag";
+}
+
+int PlaylistComponent::dropIndexAt (int x, int y) const
+{
+    if (x < 0 || x >= table.getWidth())
+        return -1;
+
+    const auto viewY = table.getViewport() != nullptr ? table.getViewport()->getViewPositionY() : 0;
+    const auto headerHeight = table.getHeaderHeight();
+    return juce::jlimit (0, (int) rows.size(), (rowHeight / 2 + y + viewY - headerHeight) / rowHeight);
+}
+
+bool PlaylistComponent::isInterestedInDragSource (const SourceDetails& details)
+{
+    return details.description == "Row Drag";
+}
+
+void PlaylistComponent::itemDragMove (const SourceDetails& details)
+{
+    dropIndex = dropIndexAt (details.localPosition.x, details.localPosition.y);
+
+    if (dropIndex >= 0)
+    {
+        table.scrollToEnsureRowIsOnscreen (juce::jmax (0, dropIndex - 1));
+        table.scrollToEnsureRowIsOnscreen (juce::jmin ((int) rows.size() - 1, dropIndex + 1));
+    }
+
+    table.repaint();
+}
+
+void PlaylistComponent::clearDrag()
+{
+    isRowDragActive = isFileDragActive = false;
+    dropIndex = -1;
+    draggedRows.clear();
+    table.repaint();
+}
+
+void PlaylistComponent::itemDragExit (const SourceDetails&) { clearDrag(); }
+
+void PlaylistComponent::itemDropped (const SourceDetails& details)
+{
+    const auto index = dropIndexAt (details.localPosition.x, details.localPosition.y);
+    const auto dragged = draggedRows;
+    clearDrag();
+
+    if (index >= 0 && ! dragged.isEmpty())
+        moveRows (dragged, index);
+}
+
+void PlaylistComponent::moveRows (const juce::SparseSet<int>& dragged, int index)
+{
+    std::vector<PlaylistRow> moving;
+
+    for (int i = 0; i < dragged.size(); ++i)
+        if (auto* r = getRow (dragged[i]))
+            moving.push_back (*r);
+
+    for (int i = dragged.size(); --i >= 0;)
+        if (juce::isPositiveAndBelow (dragged[i], (int) rows.size()))
+            rows.erase (rows.begin() + dragged[i]);
+
+    const auto first = dragged[0];
+    const auto n = (int) moving.size();
+    const auto firstRange = dragged.getRange (0);
+    int insertion;
+
+    if (index <= first)
+        insertion = index;
+    else if (! dragged.contains (index))
+        insertion = index - n + 1; // rows dragged down land after the row under the line
+    else if (firstRange.contains (index))
+        insertion = 0;
+    else
+        insertion = index;
+
+    insertion = juce::jlimit (0, (int) rows.size(), insertion);
+    rows.insert (rows.begin() + insertion, moving.begin(), moving.end());
+
+    // The loaded mark travels with its row.
+    loadedRow = -1;
+    for (int i = 0; i < (int) rows.size(); ++i)
+        if (rows[(size_t) i].isLoaded)
+            loadedRow = i;
+
+    rowsChanged();
+    table.deselectAllRows();
+    table.selectRangeOfRows (insertion, insertion + n - 1, true);
+}
+
+bool PlaylistComponent::isInterestedInFileDrag (const juce::StringArray&)
+{
+    isFileDragActive = true;
+    return true;
+}
+
+void PlaylistComponent::fileDragMove (const juce::StringArray&, int x, int y)
+{
+    dropIndex = dropIndexAt (x, y);
+    table.repaint();
+}
+
+void PlaylistComponent::fileDragExit (const juce::StringArray&) { clearDrag(); }
+
+void PlaylistComponent::filesDropped (const juce::StringArray& files, int x, int y)
+{
+    const auto index = dropIndexAt (x, y);
+    clearDrag();
+    const auto list = fileFilter ? fileFilter (files) : files;
+    addFiles (list, false, false, index);
+}
+
+//==============================================================================
+void PlaylistComponent::showRowMenu()
+{
+    juce::PopupMenu menu, moveTo, copyTo;
+    menu.addItem (1, "Remove");
+    menu.addItem (13, "Duplicate");
+
+    const auto others = getOtherDeckNumbers ? getOtherDeckNumbers() : juce::Array<int>();
+    if (others.size() < 3)
+    {
+        moveTo.addItem (2, "New deck");
+        copyTo.addItem (7, "New deck");
+    }
+
+    for (auto n : others)
+        if (n >= 1 && n <= 4)
+        {
+            moveTo.addItem (2 + n, "Deck " + juce::String (n));
+            copyTo.addItem (7 + n, "Deck " + juce::String (n));
+        }
+
+    menu.addSubMenu ("Move to", moveTo);
+    menu.addSubMenu ("Copy to", copyTo);
+
+    if (table.getNumSelectedRows() == 1)
+        menu.addItem (12, "Show in File Manager");
+
+    juce::WeakReference<PlaylistComponent> weak (this);
+    modalPopupEater = std::make_unique<ModalPopupDismissMouseEater> ([weak]
+    {
+        juce::MessageManager::callAsync ([weak]
+                                         {
+                                             if (weak != nullptr)
+                                                 weak->modalPopupEater.reset();
+                                         });
+    });
+    modalPopupEater->setBounds (getLocalBounds());
+    addAndMakeVisible (*modalPopupEater);
+
+    menu.showMenuAsync (juce::PopupMenu::Options(), [weak] (int result)
+                        {
+                            if (weak == nullptr)
+                                return;
+
+                            weak->modalPopupEater.reset();
+                            weak->menuItemChosen (result);
+                        });
+}
+
+void PlaylistComponent::menuItemChosen (int result)
+{
+    if (result == 1)
+        deleteSelectedRows();
+    else if (result >= 2 && result <= 6 && listener != nullptr)
+        listener->sendTracksToDeck (result - 2, true);
+    else if (result >= 7 && result <= 11 && listener != nullptr)
+        listener->sendTracksToDeck (result - 7, false);
+    else if (result == 12)
+    {
+        if (auto* r = getRow (table.getSelectedRow()))
+            r->file.revealToUser();
+    }
+    else if (result == 13)
+        addFiles (getSelectedPaths(), false, false, -1);
+}
+
+//==============================================================================
+void PlaylistComponent::resized()
+{
+    table.setBounds (getLocalBounds());
 }
 
 void PlaylistComponent::paint (juce::Graphics& g)
 {
     g.fillAll (juce::Colour (0xff0f0f0f));
-    g.setFont (juce::Font ((float) rowHeight * 0.6f));
-
-    for (int i = 0; i < (int) rows.size(); ++i)
-    {
-        const juce::Rectangle<int> area (0, i * rowHeight, getWidth(), rowHeight);
-
-        if (area.getY() > getHeight())
-            break;
-
-        if (rows[(size_t) i].isLoaded)
-        {
-            g.setColour (playingIndicator ? juce::Colour (0xff008000) : juce::Colour (0xff4b4b4b));
-            g.fillRect (area);
-        }
-
-        g.setColour (juce::Colour (0xfff5f5f5));
-        g.drawText (juce::String (i + 1) + "   " + rows[(size_t) i].fileName, area.reduced (6, 0),
-                    juce::Justification::centredLeft, true);
-    }
 }
 
-void PlaylistComponent::mouseDoubleClick (const juce::MouseEvent& e)
-{
-    selectRow (e.y / rowHeight);
-}
-
-void PlaylistComponent::focusGained (FocusChangeType) { sendActionMessage ("Focus Changed"); }
-void PlaylistComponent::focusLost (FocusChangeType) { sendActionMessage ("Focus Changed"); }
+void PlaylistComponent::focusOfChildComponentChanged (FocusChangeType) { sendActionMessage ("Focus Changed"); }
 
 } // namespace Marlode

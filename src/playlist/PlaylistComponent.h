@@ -5,6 +5,7 @@
 #include <juce_audio_formats/juce_audio_formats.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#include <functional>
 #include <vector>
 
 namespace Marlode
@@ -12,57 +13,125 @@ namespace Marlode
 
 //==============================================================================
 /**
-    The deck's list of tracks. It reads each added file's facts, marks the loaded row, and tells
-    the deck by action messages ("New Track Selected", "Current Track Deleted"). Message thread.
+    The deck's list of tracks: a table with one row per file and its facts, reordering by drag,
+    file drops at a place, a row menu, and the marks of the loaded and playing row. It tells the
+    deck by action messages ("New Track Selected", "Current Track Deleted") and the deck bank
+    through its Listener. Message thread.
 */
 class PlaylistComponent : public juce::Component,
-                          public juce::ActionBroadcaster
+                          public juce::TableListBoxModel,
+                          public juce::ActionBroadcaster,
+                          public juce::DragAndDropTarget,
+                          public juce::FileDragAndDropTarget
 {
 public:
-    explicit PlaylistComponent (juce::AudioFormatManager&);
+    /** Where the row menu sends tracks: 0 a new deck, 1 to 4 that deck. */
+    struct Listener
+    {
+        virtual ~Listener() = default;
+        virtual void sendTracksToDeck (int deckNumber, bool removeFromSource) = 0;
+    };
 
-    /** Adds readable files; unreadable ones are reported once, together. insertAt < 0 appends. */
+    explicit PlaylistComponent (juce::AudioFormatManager&);
+    ~PlaylistComponent() override;
+
+    //==============================================================================
+    /** Adds readable files; unreadable ones are reported together. insertAt < 0 places after the
+        selection (or at the end); appendToEnd always appends. */
     void addFiles (const juce::StringArray& files, bool loadFirst, bool appendToEnd, int insertAt);
 
     /** Makes `row` the loaded row and asks the deck to load it. */
     void selectRow (int row);
 
+    /** Removes the selected rows; the deck hears once if the loaded one went. */
+    void deleteSelectedRows();
+
     /** Empties the list; a loaded track is deleted from the deck. */
     void clear();
 
-    [[nodiscard]] int getNumRows() const noexcept { return (int) rows.size(); }
-    [[nodiscard]] int getCurrentRow() const noexcept { return currentRow; }
+    [[nodiscard]] std::vector<const PlaylistRow*> getSelectedRows() const;
+    [[nodiscard]] juce::StringArray getSelectedPaths() const;
+
+    [[nodiscard]] int getNumRows() override { return (int) rows.size(); }
+    [[nodiscard]] int getCurrentRow() const noexcept { return loadedRow; }
     [[nodiscard]] const PlaylistRow* getRow (int row) const noexcept;
     [[nodiscard]] juce::String getCurrentRowPath() const;
-
-    /** A row can be played when its file still exists. */
     [[nodiscard]] bool isRowPlayable (int row) const;
-
-    /** Moves the loaded mark one row up (-1) or down (+1); returns the new row's path, or empty. */
     juce::String moveCurrentRow (int delta);
-
-    /** For Play-Next: advances to the next playable row and returns its path, or empty at the end. */
     juce::String nextPlayableFile();
 
-    /** The loaded row shows as playing while the deck plays. */
     void setPlayingIndicator (bool isPlaying);
     [[nodiscard]] bool getPlayingIndicator() const noexcept { return playingIndicator; }
 
+    /** The text of a cell: columns 1 to 9 of the table, 10 to 17 the analysis values. */
+    [[nodiscard]] static juce::String getCellText (const PlaylistRow&, int columnId);
+
+    /** Where a drag at this y (in this component) would insert: 0 to the row count. */
+    [[nodiscard]] int dropIndexAt (int x, int y) const;
+
+    /** Moves the dragged rows so they land at `index`, as a row drop does. */
+    void moveRows (const juce::SparseSet<int>& dragged, int index);
+
+    //==============================================================================
+    void paintRowBackground (juce::Graphics&, int row, int width, int height, bool selected) override;
+    void paintCell (juce::Graphics&, int row, int columnId, int width, int height, bool selected) override;
+    void cellClicked (int row, int columnId, const juce::MouseEvent&) override;
+    void cellDoubleClicked (int row, int columnId, const juce::MouseEvent&) override;
+    void returnKeyPressed (int lastRowSelected) override;
+    void deleteKeyPressed (int lastRowSelected) override;
+    void backgroundClicked (const juce::MouseEvent&) override;
+    void selectedRowsChanged (int lastRowSelected) override;
+    juce::var getDragSourceDescription (const juce::SparseSet<int>& rowsToDescribe) override;
+
+    bool isInterestedInDragSource (const SourceDetails&) override;
+    void itemDragMove (const SourceDetails&) override;
+    void itemDragExit (const SourceDetails&) override;
+    void itemDropped (const SourceDetails&) override;
+
+    bool isInterestedInFileDrag (const juce::StringArray&) override;
+    void fileDragMove (const juce::StringArray&, int x, int y) override;
+    void fileDragExit (const juce::StringArray&) override;
+    void filesDropped (const juce::StringArray&, int x, int y) override;
+
+    void resized() override;
     void paint (juce::Graphics&) override;
-    void mouseDoubleClick (const juce::MouseEvent&) override;
-    void focusGained (FocusChangeType) override;
-    void focusLost (FocusChangeType) override;
+    void focusOfChildComponentChanged (FocusChangeType) override;
+
+    /** Shows the row menu for the selection (what a right click does). */
+    void showRowMenu();
+
+    /** What the row menu's ids do: 1 remove, 2-6 move to, 7-11 copy to, 12 reveal, 13 duplicate. */
+    void menuItemChosen (int result);
+
+    //==============================================================================
+    juce::TableListBox table { "Playlist", this };
+    Listener* listener = nullptr;
+
+    /** The numbers of the other decks, for the menu's "Move to" and "Copy to". */
+    std::function<juce::Array<int>()> getOtherDeckNumbers;
+
+    /** Turns dropped paths into the supported ones (folders expanded, others reported). */
+    std::function<juce::StringArray (const juce::StringArray&)> fileFilter;
 
     static constexpr int rowHeight = 22;
 
 private:
+    void rowsChanged();
+    void markLoaded (int row);
+    void clearDrag();
+
     juce::AudioFormatManager& formatManager;
     std::vector<PlaylistRow> rows;
-    int currentRow = -1;
+    int loadedRow = -1;
     bool playingIndicator = false;
+    int anchorRow = -1;
 
-    void markLoaded (int row);
+    bool isFileDragActive = false, isRowDragActive = false;
+    int dropIndex = -1;
+    juce::SparseSet<int> draggedRows;
+    std::unique_ptr<juce::Component> modalPopupEater;
 
+    JUCE_DECLARE_WEAK_REFERENCEABLE (PlaylistComponent)
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (PlaylistComponent)
 };
 

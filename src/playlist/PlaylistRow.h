@@ -17,6 +17,15 @@ struct PlaylistRow
     int bitsPerSample = 0;
     int numChannels = 0;
     juce::int64 lengthInSamples = 0;
+    bool isAnalysed = false;
+    int rowNumber = 0;          // shown number, written when painted
+    double sizeMB = 0.0;        // bytes / 1e6, 0 when the file can't be read
+    juce::String durationText;  // "hh:mm:ss"
+
+    // Analysis results (dB, LUFS), filled by the analysis.
+    float lufs = -300.0f, truePeakMax = -300.0f;
+    double rmsStereo = -300.0, rmsLeft = -300.0, rmsRight = -300.0, peakLeft = -300.0, peakRight = -300.0;
+    juce::String analysisTime;
 };
 
 } // namespace Marlode
