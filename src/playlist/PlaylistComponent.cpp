@@ -156,6 +156,8 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
 
         rowsChanged();
 
+        table.deselectAllRows();
+
         if (hadRows)
             table.selectRangeOfRows (firstNew, firstNew + (int) added.size() - 1, true);
         else

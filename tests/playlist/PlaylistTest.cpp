@@ -1,0 +1,168 @@
+#include "engine/MainAudioAppComponent.h"
+#include "support/DeckHarness.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode;
+using namespace MarlodeTest;
+
+namespace
+{
+    struct PlaylistTest : ::testing::Test
+    {
+        TempFolder temp;
+        AlertRecorder alerts;
+        juce::AudioFormatManager formats;
+        PlaylistComponent playlist { formats };
+        juce::StringArray messages;
+
+        struct Recorder : juce::ActionListener
+        {
+            juce::StringArray& into;
+            explicit Recorder (juce::StringArray& s) : into (s) {}
+            void actionListenerCallback (const juce::String& m) override { into.add (m); }
+        } recorder { messages };
+
+        void SetUp() override
+        {
+            formats.registerBasicFormats();
+            playlist.setSize (800, 400);
+            playlist.addActionListener (&recorder);
+        }
+
+        juce::StringArray files (std::initializer_list<const char*> names)
+        {
+            juce::StringArray paths;
+            for (auto* n : names)
+                paths.add (writeWav (temp.file (juce::String (n) + ".wav"), 44100.0, 2, 4410, [] (int, int) { return 0.1f; }, 16).getFullPathName());
+            return paths;
+        }
+
+        juce::String order()
+        {
+            juce::StringArray names;
+            for (int i = 0; i < playlist.getNumRows(); ++i)
+                names.add (playlist.getRow (i)->fileName);
+            return names.joinIntoString (" ");
+        }
+    };
+}
+
+TEST_F (PlaylistTest, FactsPlacementAndDeletion)
+{
+    playlist.addFiles (files ({ "a", "b", "c" }), false, false, -1);
+    EXPECT_EQ (order(), "a b c");
+    const auto* row = playlist.getRow (0);
+    EXPECT_EQ (PlaylistComponent::getCellText (*row, 4), "WAV");
+    EXPECT_EQ (PlaylistComponent::getCellText (*row, 9), "16");
+    EXPECT_EQ (PlaylistComponent::getCellText (*row, 6), "00:00:00");
+    EXPECT_EQ (PlaylistComponent::getCellText (*row, 8), "44100");
+    EXPECT_EQ (PlaylistComponent::getCellText (*row, 7), "2");
+    EXPECT_EQ (PlaylistComponent::getCellText (*row, 99), "");
+
+    // After the selection, before an index, or appended.
+    playlist.table.selectRow (0);
+    playlist.addFiles (files ({ "d" }), false, false, -1);
+    EXPECT_EQ (order(), "a d b c");
+    playlist.addFiles (files ({ "e" }), false, false, 0);
+    EXPECT_EQ (order(), "e a d b c");
+    playlist.addFiles (files ({ "f" }), false, true, 0);
+    EXPECT_EQ (order(), "e a d b c f");
+
+    // Removing the loaded row sends "Current Track Deleted" once.
+    playlist.selectRow (2);
+    pumpMessages (20);
+    messages.clear();
+    playlist.table.deselectAllRows();
+    playlist.table.selectRangeOfRows (1, 3);
+    playlist.deleteSelectedRows();
+    pumpMessages (20);
+    EXPECT_EQ (order(), "e c f");
+    EXPECT_EQ (messages.joinIntoString ("|"), "Current Track Deleted");
+    EXPECT_EQ (playlist.getCurrentRow(), -1);
+}
+
+TEST_F (PlaylistTest, DragReorderRules)
+{
+    playlist.addFiles (files ({ "a", "b", "c", "d", "e", "f", "g", "h" }), false, true, -1);
+    playlist.selectRow (3); // d is loaded and travels with its row
+
+    juce::SparseSet<int> dragged;
+    dragged.addRange ({ 2, 4 }); // c d
+    playlist.moveRows (dragged, 6); // down: land after the row under the line
+    EXPECT_EQ (order(), "a b e f g c d h");
+    EXPECT_EQ (playlist.getCurrentRow(), 6);
+
+    dragged.clear();
+    dragged.addRange ({ 5, 7 }); // c d back up
+    playlist.moveRows (dragged, 1);
+    EXPECT_EQ (order(), "a c d b e f g h");
+
+    EXPECT_EQ (playlist.dropIndexAt (-5, 100), -1) << "outside the table: no drop";
+    EXPECT_EQ (playlist.dropIndexAt (10, 5000), 8) << "past the last row: the end";
+}
+
+TEST_F (PlaylistTest, BrokenAndHostileFilesAreReportedNotAdded)
+{
+    temp.file ("text.wav").replaceWithText ("no audio here");
+    temp.file ("folder.wav").createDirectory();
+    playlist.addFiles ({ temp.file ("text.wav").getFullPathName(), temp.file ("folder.wav").getFullPathName(), "/dev/zero",
+                         "relative.wav", "" },
+                       false, true, -1);
+    EXPECT_EQ (playlist.getNumRows(), 0);
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    EXPECT_EQ (alerts.shown[0].message, "3 files you selected could not be read.\n\nShow a list of these files?");
+}
+
+TEST (DeckBank, AddSwitchDeleteAndSendTracks)
+{
+    TempFolder temp;
+    AlertRecorder alerts;
+    MainAudioAppComponent app { false };
+    app.setSize (850, 720);
+
+    EXPECT_FALSE (app.deckButtons[0]->isVisible()) << "one deck: no tab row";
+    app.deleteCurrentDeck();
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    EXPECT_EQ (alerts.shown[0].message, "Can't delete current deck when there's only one deck!");
+
+    app.addDeck (nullptr);
+    app.addDeck (nullptr);
+    EXPECT_EQ (app.getNumDecks(), 3);
+    EXPECT_EQ (app.getCurrentDeck(), app.decks[2]);
+
+    // Switch to the middle deck by its tab, delete it: tabs read 1 and 2, the first is current.
+    app.deckButtons[1]->triggerClick();
+    pumpMessages (20);
+    EXPECT_EQ (app.getCurrentDeck(), app.decks[1]);
+    app.deleteCurrentDeck();
+    EXPECT_EQ (app.getNumDecks(), 2);
+    EXPECT_EQ (app.deckButtons[0]->getButtonText(), "1");
+    EXPECT_EQ (app.deckButtons[1]->getButtonText(), "2");
+    EXPECT_EQ (app.getCurrentDeck(), app.decks[0]);
+    EXPECT_TRUE (app.decks[0]->isVisible());
+
+    // Tracks moved to deck 2 leave deck 1; copied to a new deck they stay.
+    auto& source = app.decks[0]->playlist;
+    source.addFiles ({ writeWav (temp.file ("a.wav"), 44100.0, 1, 441, [] (int, int) { return 0.0f; }).getFullPathName() }, false, true, -1);
+    source.table.selectRow (0);
+    app.sendTracksToDeck (0, false);
+    EXPECT_EQ (app.getNumDecks(), 3);
+    EXPECT_EQ (app.decks[2]->playlist.getNumRows(), 1);
+    EXPECT_EQ (source.getNumRows(), 1);
+
+    app.deckButtons[0]->triggerClick();
+    pumpMessages (20);
+    source.table.selectRow (0);
+    app.sendTracksToDeck (2, true);
+    EXPECT_EQ (source.getNumRows(), 0);
+    EXPECT_EQ (app.decks[1]->playlist.getNumRows(), 1);
+
+    app.addDeck (nullptr);
+    app.addDeck (nullptr);
+    EXPECT_EQ (app.getNumDecks(), 4) << "four at most";
+
+    app.deleteAllDecks();
+    EXPECT_EQ (app.getNumDecks(), 1);
+    EXPECT_EQ (app.deckButtons.size(), 1);
+}
