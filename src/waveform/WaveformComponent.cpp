@@ -156,7 +156,6 @@ bool WaveformComponent::loadTrack (const juce::File& file)
     scrollBar.setCurrentRange (0.0, juce::jmax (trackLength, 1.0e-9), juce::dontSendNotification);
 
     const bool sourceSet = thumbnail.setSource (new juce::FileInputSource (file));
-    trackIsStereo = thumbnail.getNumChannels() == 2;
     trackLoaded = viewSpan > 0.0;
     drawThumbnailDirect = true;
     needsFullRedraw = true;
@@ -179,8 +178,7 @@ void WaveformComponent::changeListenerCallback (juce::ChangeBroadcaster* source)
 
     if (thumbnail.isFullyLoaded() && trackLoaded)
     {
-        trackIsStereo = thumbnail.getNumChannels() == 2;
-        needsFullRedraw = true;
+            needsFullRedraw = true;
         drawThumbnailDirect = false;
         redrawWaveformImages();
         drawOverview();
@@ -342,7 +340,6 @@ void WaveformComponent::redrawWaveformImages()
 
     const auto offset = viewSpan > 0.0 ? std::abs (slots[(size_t) visibleSlot].startTime - viewStart) / viewSpan * imageWidth : 0.0;
     const auto d = (float) juce::jlimit (0.0, (double) imageWidth, offset);
-    imageScrollOffset = d;
     firstImageWidth = (float) imageWidth - d;
     secondImageWidth = (float) imageWidth - firstImageWidth;
 
@@ -835,8 +832,8 @@ void WaveformComponent::mouseMove (const juce::MouseEvent& e)
 
     if (! mouseInsideWaveform)
         setMouseCursor (juce::MouseCursor::NormalCursor);
-    else if (auto* cursor = cursorForModifiers (e.mods))
-        setMouseCursor (*cursor);
+    else if (auto* tabCursor = cursorForModifiers (e.mods))
+        setMouseCursor (*tabCursor);
 }
 
 void WaveformComponent::mouseExit (const juce::MouseEvent&)
@@ -850,8 +847,8 @@ void WaveformComponent::modifierKeysChanged (const juce::ModifierKeys& modifiers
     if (! mouseInsideWaveform)
         return;
 
-    auto* cursor = cursorForModifiers (modifiers);
-    setMouseCursor (cursor != nullptr ? *cursor : juce::MouseCursor (juce::MouseCursor::NormalCursor));
+    auto* tabCursor = cursorForModifiers (modifiers);
+    setMouseCursor (tabCursor != nullptr ? *tabCursor : juce::MouseCursor (juce::MouseCursor::NormalCursor));
 }
 
 void WaveformComponent::mouseDown (const juce::MouseEvent& e)

@@ -150,10 +150,10 @@ private:
 
     std::array<TrackedImageSlot, 2> slots;
     int visibleSlot = 0, nextSlot = 1;
-    float firstImageWidth = 0.0f, secondImageWidth = 0.0f, imageScrollOffset = 0.0f;
+    float firstImageWidth = 0.0f, secondImageWidth = 0.0f;
 
     double trackLength = 0.0, lastPosition = 0.0;
-    bool trackLoaded = false, needsFullRedraw = true, drawThumbnailDirect = true, trackIsStereo = true;
+    bool trackLoaded = false, needsFullRedraw = true, drawThumbnailDirect = true;
     bool mouseInsideWaveform = false;
 
     const float waveformZoom = 0.95f, overviewZoom = 0.75f;
