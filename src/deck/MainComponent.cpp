@@ -122,7 +122,9 @@ void MainComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info)
         const auto rate = transportSource.getSampleRate();
 
         // The loop wraps at block resolution: up to one block past the loop's end can sound.
-        if (waveform.loopEnabled.load (std::memory_order_relaxed) && rate > 0.0
+        // A transport that has just run off the track's end is left alone: the deck's end-of-track
+        // handling restarts it at the replay marker, and a wrap here would hide that the file ended.
+        if (waveform.loopEnabled.load (std::memory_order_relaxed) && rate > 0.0 && transportSource.isPlaying()
             && trackDeck.transportPosition() >= waveform.loopEnd.load (std::memory_order_relaxed))
             transportSource.setNextReadPosition ((juce::int64) (waveform.loopStart.load (std::memory_order_relaxed) * rate));
 

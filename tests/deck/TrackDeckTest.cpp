@@ -124,6 +124,7 @@ TEST_F (TrackDeckTest, LoopWrapsAtTheNextBlockAndPreviousGoesToTheTop)
     ASSERT_TRUE (h.load (longTrack()));
     setMarkers (false, 0.0, true, 20.0, 30.0);
     setPosition (31.0);
+    h.player().transportSource.start();
 
     juce::AudioBuffer<float> buffer (2, 512);
     h.deck.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
