@@ -210,7 +210,8 @@ juce::StringArray MainComponent::vetFiles (const juce::Array<juce::File>& chosen
     for (const auto& f : chosen)
     {
         if (f.isDirectory())
-            for (const auto& child : f.findChildFiles (juce::File::findFiles | juce::File::ignoreHiddenFiles, true))
+            for (const auto& child : f.findChildFiles (juce::File::findFiles | juce::File::ignoreHiddenFiles, true, "*",
+                                                       juce::File::FollowSymlinks::noCycles))
                 consider (child);
         else
             consider (f);
@@ -246,6 +247,9 @@ juce::StringArray MainComponent::vetFiles (const juce::Array<juce::File>& chosen
 
 void MainComponent::validateAndAdd (const juce::Array<juce::File>& chosen)
 {
+    if (playlist.openPlaylistFiles (chosen, true))
+        return;
+
     const auto valid = vetFiles (chosen);
 
     if (! valid.isEmpty())
@@ -267,6 +271,40 @@ void MainComponent::openFolder()
     const auto chooserFlags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectDirectories;
 
     chooser->launchAsync (chooserFlags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
+}
+
+void MainComponent::openPlaylist()
+{
+    chooser = std::make_unique<juce::FileChooser> ("Select a Sondrel playlist .xml file", juce::File(), "*.xml", false);
+    const auto chooserFlags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectFiles;
+
+    chooser->launchAsync (chooserFlags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
+}
+
+void MainComponent::saveButtonClicked()
+{
+    if (playlist.getPlaylistXml() == nullptr)
+    {
+        Alerts::warning ("Save Playlist", "The playlist is empty: there is nothing to save.");
+        return;
+    }
+
+    chooser = std::make_unique<juce::FileChooser> ("Choose a playlist file name and location", juce::File(), "*.xml", false);
+    const auto chooserFlags = juce::FileBrowserComponent::saveMode | juce::FileBrowserComponent::canSelectFiles
+                              | juce::FileBrowserComponent::warnAboutOverwriting;
+
+    chooser->launchAsync (chooserFlags, [this] (const juce::FileChooser& fc)
+                          {
+                              const auto chosen = fc.getResult();
+
+                              if (chosen == juce::File())
+                                  return;
+
+                              const auto target = chosen.withFileExtension (".xml");
+
+                              if (! playlist.savePlaylist (target))
+                                  Alerts::warning ("Save Playlist", "The playlist couldn't be written to " + target.getFullPathName());
+                          });
 }
 
 bool MainComponent::isInterestedInFileDrag (const juce::StringArray&)

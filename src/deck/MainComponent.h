@@ -67,6 +67,10 @@ public:
 
     void openTrack (bool fromCommand);
     void openFolder();
+    void openPlaylist();
+
+    /** Asks for a file name and writes the playlist there as ".xml". */
+    void saveButtonClicked();
 
     //==============================================================================
     void resized() override;

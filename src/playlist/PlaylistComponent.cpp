@@ -1,5 +1,6 @@
 #include "playlist/PlaylistComponent.h"
 #include "app/AppGlobals.h"
+#include "state/SafeXml.h"
 #include "ui/Alerts.h"
 #include "ui/PopupTextWindow.h"
 #include "ui/SondrelLookAndFeel.h"
@@ -65,7 +66,8 @@ PlaylistComponent::PlaylistComponent (juce::AudioFormatManager& formats) : forma
     setWantsKeyboardFocus (false);
 
     for (const auto& c : columns)
-        table.getHeader().addColumn (c.title, c.id, c.width, 20, 1000, juce::TableHeaderComponent::defaultFlags);
+        table.getHeader().addColumn (c.title, c.id, c.width, minimumColumnWidth, maximumColumnWidth,
+                                     juce::TableHeaderComponent::defaultFlags);
 
     table.setRowHeight (rowHeight);
     table.setMultipleSelectionEnabled (true);
@@ -120,8 +122,8 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
 
         const juce::File file (path);
 
-        // Directories and devices can't be tracks; a reader would block on a device.
-        if (file.exists() && ! file.existsAsFile())
+        // Directories, devices and pipes can't be tracks, and a reader could block on them forever.
+        if (file.exists() && ! SafeXml::isRegularFile (file))
         {
             failed.add (path);
             continue;
@@ -191,6 +193,7 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
 
 void PlaylistComponent::rowsChanged()
 {
+    createPlaylistXml();
     table.updateContent();
     repaint();
 }
@@ -548,6 +551,15 @@ void PlaylistComponent::filesDropped (const juce::StringArray& files, int x, int
 {
     const auto index = dropIndexAt (x, y);
     clearDrag();
+
+    juce::Array<juce::File> dropped;
+    for (const auto& path : files)
+        if (juce::File::isAbsolutePath (path))
+            dropped.add (juce::File (path));
+
+    if (openPlaylistFiles (dropped, false))
+        return;
+
     const auto list = fileFilter ? fileFilter (files) : files;
     addFiles (list, false, false, index);
 }
@@ -616,6 +628,164 @@ void PlaylistComponent::menuItemChosen (int result)
     }
     else if (result == 13)
         addFiles (getSelectedPaths(), false, false, -1);
+}
+
+//==============================================================================
+void PlaylistComponent::createPlaylistXml()
+{
+    if (rows.empty())
+    {
+        // An empty list stores nothing, so that a session reads as having no playlist.
+        playlistXml.reset();
+        return;
+    }
+
+    playlistXml = std::make_unique<juce::XmlElement> ("PLAYLIST_DATA");
+    int id = 0;
+
+    for (const auto& r : rows)
+    {
+        auto* track = playlistXml->createNewChildElement ("TRACK");
+        track->setAttribute ("ID", id++);
+        track->setAttribute ("Path", r.path);
+    }
+}
+
+void PlaylistComponent::readPlaylist (const juce::XmlElement& playlist, bool replace, bool loadFirst)
+{
+    if (replace)
+    {
+        rows.clear();
+        loadedRow = -1;
+        table.deselectAllRows();
+        rowsChanged();
+    }
+
+    juce::StringArray found, missing;
+
+    // Document order decides; the stored ID is not trusted.
+    for (const auto* child : playlist.getChildIterator())
+    {
+        if (child->isTextElement())
+            continue;
+
+        const auto path = child->getStringAttribute ("Path");
+
+        if (path.isNotEmpty() && juce::File::isAbsolutePath (path) && juce::File (path).exists())
+            found.add (path);
+        else
+            missing.add (path);
+    }
+
+    if (! missing.isEmpty())
+    {
+        // A hostile playlist can carry megabytes of paths: an alert that size would never draw.
+        constexpr int maxListed = 100, maxLength = 1000;
+        juce::String text ("Couldn't locate these files:\r\n\r\n");
+
+        for (int i = 0; i < juce::jmin (missing.size(), maxListed); ++i)
+            text << (missing[i].length() > maxLength ? missing[i].substring (0, maxLength) + "..." : missing[i]) << "\r\n";
+
+        if (missing.size() > maxListed)
+            text << "and " << (missing.size() - maxListed) << " more\r\n";
+
+        Alerts::warning ("File(s) not found", text);
+    }
+
+    addFiles (found, loadFirst, true, -1);
+}
+
+void PlaylistComponent::openPlaylistFile (const juce::File& file, bool loadFirst)
+{
+    juce::String error;
+    auto xml = SafeXml::parseFile (file, error);
+
+    if (xml == nullptr || ! xml->hasTagName ("PLAYLIST_DATA"))
+    {
+        juce::Logger::writeToLog ("Not a playlist, nothing added: " + file.getFullPathName()
+                                  + (error.isNotEmpty() ? " (" + error + ")" : juce::String()));
+        return;
+    }
+
+    if (rows.empty())
+    {
+        readPlaylist (*xml, false, loadFirst);
+        return;
+    }
+
+    std::shared_ptr<juce::XmlElement> document (std::move (xml));
+    juce::WeakReference<PlaylistComponent> weak (this);
+
+    Alerts::choice ("Add or Replace", "Add the files in the playlist or replace?", { "Add", "Replace", "Cancel" },
+                    [weak, document, loadFirst] (int button)
+                    {
+                        if (weak != nullptr && (button == 0 || button == 1))
+                            weak->readPlaylist (*document, button == 1, loadFirst);
+                    });
+}
+
+bool PlaylistComponent::openPlaylistFiles (const juce::Array<juce::File>& files, bool loadFirst)
+{
+    int playlists = 0;
+    for (const auto& f : files)
+        if (f.hasFileExtension (".xml"))
+            ++playlists;
+
+    if (playlists == 0)
+        return false;
+
+    // A playlist with tracks beside it is refused too: which should go where is unclear.
+    if (files.size() > 1)
+        Alerts::warning ("Warning!", "Please select a playlist. Can't open multiple playlists.");
+    else
+        openPlaylistFile (files.getFirst(), loadFirst);
+
+    return true;
+}
+
+bool PlaylistComponent::savePlaylist (const juce::File& file) const
+{
+    return playlistXml != nullptr && playlistXml->writeTo (file);
+}
+
+juce::String PlaylistComponent::getTableLayout() const
+{
+    return table.getHeader().toString();
+}
+
+void PlaylistComponent::restoreTableLayout (const juce::String& layout)
+{
+    juce::String error;
+    const auto stored = SafeXml::parse (layout, error);
+
+    if (stored == nullptr || ! stored->hasTagName ("TABLELAYOUT"))
+        return;
+
+    // Rebuilt from known columns only, widths within each column's limits, visible unless
+    // stored as hidden; the framework's reader would take any width and hide by default.
+    auto& header = table.getHeader();
+    juce::XmlElement clean ("TABLELAYOUT");
+    const auto sorted = stored->getIntAttribute ("sortedCol");
+    clean.setAttribute ("sortedCol", header.getIndexOfColumnId (sorted, false) >= 0 ? sorted : 0);
+    clean.setAttribute ("sortForwards", stored->getBoolAttribute ("sortForwards", true));
+
+    juce::Array<int> seen;
+
+    for (const auto* column : stored->getChildWithTagNameIterator ("COLUMN"))
+    {
+        const auto id = column->getIntAttribute ("id");
+
+        if (header.getIndexOfColumnId (id, false) < 0 || seen.contains (id))
+            continue;
+
+        seen.add (id);
+        auto* c = clean.createNewChildElement ("COLUMN");
+        c->setAttribute ("id", id);
+        c->setAttribute ("visible", column->getBoolAttribute ("visible", true));
+        c->setAttribute ("width", juce::jlimit (minimumColumnWidth, maximumColumnWidth, column->getIntAttribute ("width")));
+    }
+
+    header.restoreFromString (clean.toString (juce::XmlElement::TextFormat().singleLine().withoutHeader()));
 }
 
 //==============================================================================

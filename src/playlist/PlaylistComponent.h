@@ -104,6 +104,28 @@ public:
     void menuItemChosen (int result);
 
     //==============================================================================
+    /** The list as a PLAYLIST_DATA element, kept current on every change; null while empty. */
+    [[nodiscard]] const juce::XmlElement* getPlaylistXml() const noexcept { return playlistXml.get(); }
+
+    /** Adds the element's tracks in document order; missing files are reported in one alert. */
+    void readPlaylist (const juce::XmlElement& playlist, bool replace, bool loadFirst);
+
+    /** Reads a playlist file, asking whether to add or replace when the list has rows. A file
+        that isn't a playlist, or can't be read safely, adds nothing. */
+    void openPlaylistFile (const juce::File& file, bool loadFirst);
+
+    /** Playlists among chosen or dropped files: false when there are none, so that the caller
+        treats them all as tracks; otherwise the one playlist is opened, or a warning shown. */
+    bool openPlaylistFiles (const juce::Array<juce::File>& files, bool loadFirst);
+
+    /** Writes the list to `file`; false if it is empty or can't be written. */
+    bool savePlaylist (const juce::File& file) const;
+
+    /** The header's column order, widths, visibility and sort column as TABLELAYOUT text. */
+    [[nodiscard]] juce::String getTableLayout() const;
+    void restoreTableLayout (const juce::String& layout);
+
+    //==============================================================================
     juce::TableListBox table { "Playlist", this };
     Listener* listener = nullptr;
 
@@ -114,14 +136,17 @@ public:
     std::function<juce::StringArray (const juce::StringArray&)> fileFilter;
 
     static constexpr int rowHeight = 22;
+    static constexpr int minimumColumnWidth = 20, maximumColumnWidth = 1000;
 
 private:
     void rowsChanged();
+    void createPlaylistXml();
     void markLoaded (int row);
     void clearDrag();
 
     juce::AudioFormatManager& formatManager;
     std::vector<PlaylistRow> rows;
+    std::unique_ptr<juce::XmlElement> playlistXml;
     int loadedRow = -1;
     bool playingIndicator = false;
     int anchorRow = -1;

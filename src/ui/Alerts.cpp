@@ -21,6 +21,20 @@ namespace
                                                                                              answer (result != 0);
                                                                                      }));
         };
+        p.choice = [] (const juce::String& title, const juce::String& message, const juce::StringArray& buttons,
+                       std::function<void (int)> chosen)
+        {
+            jassert (buttons.size() == 3);
+
+            // The framework numbers the buttons 1, 2 and 0 for the last (also Escape).
+            juce::AlertWindow::showYesNoCancelBox (juce::MessageBoxIconType::QuestionIcon, title, message, buttons[0], buttons[1],
+                                                   buttons[2], nullptr,
+                                                   juce::ModalCallbackFunction::create ([chosen] (int result)
+                                                                                        {
+                                                                                            if (chosen)
+                                                                                                chosen (result == 0 ? 2 : result - 1);
+                                                                                        }));
+        };
         return p;
     }
 }
@@ -43,6 +57,14 @@ void Alerts::question (const juce::String& title, const juce::String& message, s
     JUCE_ASSERT_MESSAGE_THREAD
     if (current().question)
         current().question (title, message, std::move (answer));
+}
+
+void Alerts::choice (const juce::String& title, const juce::String& message, const juce::StringArray& buttons,
+                     std::function<void (int)> chosen)
+{
+    JUCE_ASSERT_MESSAGE_THREAD
+    if (current().choice)
+        current().choice (title, message, buttons, std::move (chosen));
 }
 
 Alerts::ScopedPresenter::ScopedPresenter (Presenter replacement) : previous (current())

@@ -9,7 +9,8 @@ namespace Marlode
 
 //==============================================================================
 /**
-    The application's user-facing messages: warnings with one "OK" button and yes/no questions,
+    The application's user-facing messages: warnings with one "OK" button, yes/no questions and
+    three-way choices,
     always asynchronous. Tests replace the presenter to read the exact texts without a window.
     Message thread only.
 */
@@ -20,10 +21,16 @@ public:
     {
         std::function<void (const juce::String& title, const juce::String& message)> warning;
         std::function<void (const juce::String& title, const juce::String& message, std::function<void (bool)> answer)> question;
+        std::function<void (const juce::String& title, const juce::String& message, const juce::StringArray& buttons,
+                            std::function<void (int)> chosen)> choice;
     };
 
     static void warning (const juce::String& title, const juce::String& message);
     static void question (const juce::String& title, const juce::String& message, std::function<void (bool yes)> answer);
+
+    /** Three buttons; `chosen` gets the button's index, the last one's when dismissed. */
+    static void choice (const juce::String& title, const juce::String& message, const juce::StringArray& buttons,
+                        std::function<void (int buttonIndex)> chosen);
 
     /** Replaces the presenter until the returned object is destroyed. */
     class ScopedPresenter

@@ -114,6 +114,115 @@ TEST_F (PlaylistTest, BrokenAndHostileFilesAreReportedNotAdded)
     EXPECT_EQ (alerts.shown[0].message, "3 files you selected could not be read.\n\nShow a list of these files?");
 }
 
+TEST_F (PlaylistTest, PlaylistFilesRoundTripAndReadingRules)
+{
+    EXPECT_EQ (playlist.getPlaylistXml(), nullptr) << "an empty list stores no element";
+    const auto paths = files ({ "a", "b", "c" });
+    playlist.addFiles (paths, false, true, -1);
+    ASSERT_NE (playlist.getPlaylistXml(), nullptr);
+    EXPECT_EQ (playlist.getPlaylistXml()->getNumChildElements(), 3);
+    EXPECT_EQ (playlist.getPlaylistXml()->getChildElement (2)->getStringAttribute ("Path"), paths[2]);
+    EXPECT_EQ (playlist.getPlaylistXml()->getChildElement (2)->getIntAttribute ("ID"), 2);
+
+    const auto saved = temp.file ("list.xml");
+    ASSERT_TRUE (playlist.savePlaylist (saved));
+
+    // Into a list with rows: the user is asked; Cancel, Add and Replace.
+    alerts.choice = 2;
+    playlist.openPlaylistFile (saved, false);
+    EXPECT_EQ (alerts.shown.back().title, "Add or Replace");
+    EXPECT_EQ (alerts.shown.back().message, "Add the files in the playlist or replace?");
+    EXPECT_EQ (order(), "a b c");
+    alerts.choice = 0;
+    playlist.openPlaylistFile (saved, false);
+    EXPECT_EQ (order(), "a b c a b c");
+    alerts.choice = 1;
+    playlist.selectRow (4);
+    playlist.openPlaylistFile (saved, false);
+    EXPECT_EQ (order(), "a b c");
+    EXPECT_EQ (playlist.getCurrentRow(), -1);
+
+    // Document order decides, not ID; a missing file and a TRACK without Path are listed once.
+    playlist.clear();
+    EXPECT_EQ (playlist.getPlaylistXml(), nullptr);
+    temp.file ("hand.xml").replaceWithText ("<PLAYLIST_DATA><TRACK ID=\"5\" Path=\"" + paths[2] + "\"/><TRACK ID=\"0\"/>"
+                                            "<TRACK ID=\"1\" Path=\"/nowhere/x.wav\"/><TRACK ID=\"9\" Path=\"" + paths[0] + "\"/>"
+                                            "<TRACK Path=\"relative.wav\"/></PLAYLIST_DATA>");
+    alerts.shown.clear();
+    playlist.openPlaylistFile (temp.file ("hand.xml"), true);
+    EXPECT_EQ (order(), "c a");
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    EXPECT_EQ (alerts.shown[0].title, "File(s) not found");
+    EXPECT_EQ (alerts.shown[0].message, "Couldn't locate these files:\r\n\r\n\r\n/nowhere/x.wav\r\nrelative.wav\r\n");
+    EXPECT_EQ (playlist.getCurrentRow(), 0) << "loadFirst loads the first added row";
+
+    // Chosen files: more than one with a playlist among them is refused; a foreign or broken
+    // .xml adds nothing; without playlists the caller goes on.
+    alerts.shown.clear();
+    EXPECT_TRUE (playlist.openPlaylistFiles ({ saved, juce::File (paths[0]) }, false));
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    EXPECT_EQ (alerts.shown[0].message, "Please select a playlist. Can't open multiple playlists.");
+    temp.file ("other.xml").replaceWithText ("<SOMETHING><TRACK Path=\"" + paths[1] + "\"/></SOMETHING>");
+    temp.file ("broken.xml").replaceWithText ("<PLAYLIST_DATA><TRACK Path=\"" + paths[1] + "\"/>");
+    for (auto* name : { "other.xml", "broken.xml" })
+        EXPECT_TRUE (playlist.openPlaylistFiles ({ temp.file (name) }, false));
+    EXPECT_EQ (order(), "c a");
+    EXPECT_FALSE (playlist.openPlaylistFiles ({ juce::File (paths[1]) }, false));
+}
+
+TEST_F (PlaylistTest, HostilePlaylistsNeitherCrashNorHang)
+{
+    const auto track = files ({ "t" })[0];
+    juce::MemoryOutputStream text;
+    text << "<PLAYLIST_DATA>";
+    for (int i = 0; i < 3000; ++i)
+        text << "<TRACK Path=\"" << (i % 3 == 0 ? track : i % 3 == 1 ? juce::String ("/dev/zero") : temp.folder.getFullPathName()) << "\"/>";
+    text << "<TRACK Path=\"/" << juce::String::repeatedString ("x", 3000000) << "\"/></PLAYLIST_DATA>";
+    temp.file ("big.xml").replaceWithText (text.toString());
+
+    playlist.openPlaylistFile (temp.file ("big.xml"), false);
+    EXPECT_EQ (playlist.getNumRows(), 1000) << "devices and folders are never read as tracks";
+    ASSERT_EQ (alerts.shown.size(), 2u);
+    EXPECT_EQ (alerts.shown[0].title, "File(s) not found");
+    EXPECT_LT (alerts.shown[0].message.length(), 2000) << "a huge path is shortened in the alert";
+    EXPECT_TRUE (alerts.shown[1].message.startsWith ("2000 files you selected could not be read."));
+
+    playlist.clear();
+    temp.file ("deep.xml").replaceWithText ("<PLAYLIST_DATA>" + juce::String::repeatedString ("<TRACK>", 500000));
+    playlist.openPlaylistFile (temp.file ("deep.xml"), false);
+    EXPECT_EQ (playlist.getNumRows(), 0);
+}
+
+TEST_F (PlaylistTest, TableLayoutRoundTripsAndHostileLayoutsAreTamed)
+{
+    auto& header = playlist.table.getHeader();
+    header.moveColumn (3, 0);
+    header.setColumnWidth (2, 321);
+    header.setColumnVisible (9, false);
+    header.setSortColumnId (8, false);
+    const auto layout = playlist.getTableLayout();
+    EXPECT_TRUE (layout.startsWith ("<TABLELAYOUT sortedCol=\"8\" sortForwards=\"0\">"));
+
+    PlaylistComponent other { formats };
+    other.restoreTableLayout (layout);
+    EXPECT_EQ (other.getTableLayout(), layout);
+
+    // Unknown ids skipped, widths kept within the column's limits, visible unless stored hidden.
+    other.restoreTableLayout ("<TABLELAYOUT sortedCol=\"77\"><COLUMN id=\"99\" width=\"5\"/>"
+                              "<COLUMN id=\"9\" width=\"2147483647\"/><COLUMN id=\"2\" width=\"-5\" visible=\"0\"/></TABLELAYOUT>");
+    auto& h = other.table.getHeader();
+    EXPECT_EQ (h.getColumnIdOfIndex (0, false), 9);
+    EXPECT_EQ (h.getColumnWidth (9), PlaylistComponent::maximumColumnWidth);
+    EXPECT_TRUE (h.isColumnVisible (9));
+    EXPECT_FALSE (h.isColumnVisible (2));
+    EXPECT_EQ (h.getSortColumnId(), 0);
+
+    const auto before = other.getTableLayout();
+    other.restoreTableLayout ("<OTHER/>");
+    other.restoreTableLayout ("<TABLELAYOUT>" + juce::String::repeatedString ("<COLUMN>", 100000));
+    EXPECT_EQ (other.getTableLayout(), before);
+}
+
 TEST (DeckBank, AddSwitchDeleteAndSendTracks)
 {
     TempFolder temp;

@@ -10,6 +10,11 @@ AlertRecorder::AlertRecorder()
         {
             shown.push_back ({ "question", t, m });
             reply (answer);
+        },
+        [this] (const juce::String& t, const juce::String& m, const juce::StringArray&, std::function<void (int)> chosen)
+        {
+            shown.push_back ({ "choice", t, m });
+            chosen (choice);
         } })
 {
 }

@@ -22,6 +22,7 @@ struct AlertRecorder
 
     std::vector<Shown> shown;
     bool answer = false;
+    int choice = 2; // the button index a three-way choice answers with
     Marlode::Alerts::ScopedPresenter presenter;
 };
 
