@@ -19,6 +19,8 @@ namespace
         { "Loudness", "Libebur128Loudness", "items_per_second" },
         { "TruePeak", "Libebur128TruePeak", "items_per_second" },
         { "ThumbnailOfAnHour", "ReadAnHour", "seconds" },
+        { "AddFiles2000", "OpenReaders2000", "seconds" },
+        { "OpenPlaylist2000", "OpenReaders2000", "seconds" },
     };
 
     class RatioReporter : public benchmark::ConsoleReporter
