@@ -27,6 +27,9 @@ void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
 
     auto* content = new MainAudioAppComponent();
     mainWindow->setContentOwned (content, true);
+
+    // Keys that reach no focused component arrive at the window itself.
+    mainWindow->addKeyListener (content->commandManager.getKeyMappings());
     mainWindow->setResizable (true, false);
     mainWindow->centreWithSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
     mainWindow->setVisible (true);
@@ -69,13 +72,14 @@ void AudioPlayerAppApplication::systemRequestedQuit()
 
 //==============================================================================
 AudioPlayerAppApplication::MainWindow::MainWindow (const juce::String& name)
-    : juce::DocumentWindow (name, backgroundColour, juce::DocumentWindow::allButtons)
+    : juce::DocumentWindow (name, backgroundColour, 0)
 {
     juce::LookAndFeel::setDefaultLookAndFeel (&lookAndFeel);
     setLookAndFeel (&lookAndFeel);
 
-    // The framework's own bar serves until the application draws its own.
+    // The content draws the window's bar; the window keeps only its resizing border.
     setUsingNativeTitleBar (false);
+    setTitleBarHeight (0);
 
     constrainer.setMinimumSize (defaultWidth, defaultHeight);
     setConstrainer (&constrainer);
@@ -96,10 +100,16 @@ void AudioPlayerAppApplication::MainWindow::closeButtonPressed()
 
 void AudioPlayerAppApplication::MainWindow::activeWindowStatusChanged()
 {
+    auto* content = getContent();
+
+    if (content == nullptr)
+        return;
+
+    content->titleBar.setActive (isActiveWindow());
+
     if (isActiveWindow())
-        if (auto* content = getContent())
-            if (auto* deck = content->getCurrentDeck())
-                deck->restoreFocus();
+        if (auto* deck = content->getCurrentDeck())
+            deck->restoreFocus();
 }
 
 void AudioPlayerAppApplication::MainWindow::minimisationStateChanged (bool isNowMinimised)

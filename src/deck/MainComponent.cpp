@@ -1,4 +1,5 @@
 #include "deck/MainComponent.h"
+#include "engine/CommandIDs.h"
 #include "ui/Alerts.h"
 
 #include <rubberband/RubberBandStretcher.h>
@@ -307,6 +308,12 @@ void MainComponent::saveButtonClicked()
                           });
 }
 
+void MainComponent::exportAudioButtonClicked()
+{
+    if (! trackDeck.hasTrack())
+        Alerts::warning ("Export Audio", "No track is loaded.");
+}
+
 bool MainComponent::isInterestedInFileDrag (const juce::StringArray&)
 {
     return true;
@@ -527,6 +534,154 @@ void MainComponent::buttonClicked (juce::Button* button)
         setVisible (true);
         grabKeyboardFocus();
         restoreFocus();
+    }
+}
+
+//==============================================================================
+void MainComponent::getAllCommands (juce::Array<juce::CommandID>& commands)
+{
+    for (int id = CommandIDs::playPause; id <= CommandIDs::showFX; ++id)
+        commands.add (id);
+
+    commands.add (CommandIDs::resetMeters);
+}
+
+void MainComponent::getCommandInfo (juce::CommandID id, juce::ApplicationCommandInfo& result)
+{
+    CommandIDs::fillInfo (id, result);
+}
+
+bool MainComponent::perform (const InvocationInfo& info)
+{
+    using namespace CommandIDs;
+    auto& w = waveform;
+    auto flip = [] (juce::Button& b) { b.setToggleState (! b.getToggleState(), juce::sendNotification); };
+
+    switch (info.commandID)
+    {
+        case playPause: trackDeck.playButtonClicked(); break;
+        case CommandIDs::playFromStart: playFromStart(); break;
+        case stop: trackDeck.stopButtonClicked(); break;
+        case previousTrack: trackDeck.previousTrack(); break;
+        case nextTrack: trackDeck.nextTrack(); break;
+        case skipForward:
+        case skipBack:
+        case jumpForward:
+        case jumpBack: skipOrJump (info.commandID); break;
+        case replayLeft:
+        case replayRight: w.nudgeReplay (info.commandID == replayRight); break;
+        case loopStartLeft:
+        case loopStartRight: w.nudgeLoopStart (info.commandID == loopStartRight); break;
+        case loopEndLeft:
+        case loopEndRight: w.nudgeLoopEnd (info.commandID == loopEndRight); break;
+        case scrollLeft:
+        case scrollRight: w.scrollView (info.commandID == scrollRight); break;
+        // No pointer position: each zoom keeps its marker in place.
+        case zoomIn: w.zoomIn (0, 0.0); break;
+        case zoomOut: w.zoomOut (0, 0.0); break;
+        case zoomInReplay: w.zoomIn (1, 0.0); break;
+        case zoomOutReplay: w.zoomOut (1, 0.0); break;
+        case zoomInLoopStart: w.zoomIn (2, 0.0); break;
+        case zoomOutLoopStart: w.zoomOut (2, 0.0); break;
+        case zoomInLoopEnd: w.zoomIn (3, 0.0); break;
+        case zoomOutLoopEnd: w.zoomOut (3, 0.0); break;
+        case setReplayMarker: w.setReplayMarker(); break;
+        case setLoopStartMarker: w.setLoopStartMarker(); break;
+        case setLoopEndMarker: w.setLoopEndMarker(); break;
+        case loopToStart: w.setLoopToStartOfTrack(); break;
+        case loopToEnd: w.setLoopToEndOfTrack(); break;
+        case autoPlayToggle: flip (w.autoPlayButton); break;
+        case followToggle: flip (w.followButton); break;
+        case replayToggle: flip (w.replayButton); break;
+        case loopToggle: flip (w.loopButton); break;
+        case openFile: openTrack (true); break;
+        case showPlaylist: showPanel (Panel::playlist); break;
+        case showEQ: showPanel (Panel::eq); break;
+        case showFX: showPanel (Panel::fx); break;
+        case resetMeters:
+            inputMeter.reset();
+            outputMeter.reset();
+            repaint();
+            break;
+        default: return false;
+    }
+
+    return true;
+}
+
+void MainComponent::playFromStart()
+{
+    if (! trackDeck.audioDeviceAvailable)
+    {
+        // The play button knows the message for a missing device.
+        trackDeck.playButtonClicked();
+        return;
+    }
+
+    trackDeck.returnToStart();
+    trackDeck.transportSource.start();
+}
+
+void MainComponent::skipOrJump (int command)
+{
+    using namespace CommandIDs;
+    auto& source = trackDeck.transportSource;
+    const auto rate = source.getSampleRate();
+
+    if (rate <= 0.0)
+        return;
+
+    // While playing the steps are in seconds; while stopped they follow the zoom.
+    const bool playing = source.isPlaying();
+    const auto nudge = waveform.viewSpan / waveform.markerNudgeDivisor;
+    const auto step = (command == skipForward || command == skipBack) ? (playing ? 1.0 : nudge) : (playing ? 15.0 : 25.0 * nudge);
+    const auto length = source.getLengthInSeconds();
+    const auto position = trackDeck.transportPosition();
+    const bool loopOn = waveform.loopEnabled.load();
+    const auto loopEnd = waveform.loopEnd.load();
+    auto target = -1.0;
+
+    if (command == skipForward)
+    {
+        // A running loop isn't skipped out of; a paused one can be.
+        if (const auto t = position + step; ! (t > loopEnd && loopOn && playing) && length > t)
+            target = t;
+    }
+    else if (command == jumpForward)
+    {
+        if (const auto t = position + step; ! (loopOn && t > loopEnd) && length > t)
+            target = t;
+    }
+    else if (command == skipBack)
+    {
+        target = juce::jmax (position - step, 0.0);
+    }
+    else
+    {
+        // A jump back under a loop stops at the replay marker, not at the loop's start.
+        target = position - step;
+        if (target < 0.0)
+            target = 0.0;
+        else if (loopOn)
+            target = juce::jmax (target, waveform.replayTime.load());
+    }
+
+    if (target < 0.0)
+        return;
+
+    source.setNextReadPosition ((juce::int64) (rate * target));
+
+    if (! playing)
+    {
+        // No block may come to publish the new place before the view draws it.
+        positionSeconds.store (target);
+        waveform.position.store (target);
+        timer.position.store (target);
+
+        if (waveform.followButton.getToggleState())
+            waveform.redrawWaveformImages();
+        else
+            waveform.updatePlayhead();
     }
 }
 

@@ -40,6 +40,7 @@ class PopupDisplayComponent;
 class MainComponent : public juce::Component,
                       public TimerRelayListener,
                       public TimerRelayBroadcaster,
+                      public juce::ApplicationCommandTarget,
                       public juce::ActionListener,
                       public juce::Button::Listener,
                       public juce::ChangeListener,
@@ -71,6 +72,16 @@ public:
 
     /** Asks for a file name and writes the playlist there as ".xml". */
     void saveButtonClicked();
+
+    /** The export panel for the loaded track; a message when there is none. */
+    void exportAudioButtonClicked();
+
+    //==============================================================================
+    // The deck's keyboard commands: transport, markers, view and panels.
+    juce::ApplicationCommandTarget* getNextCommandTarget() override { return nullptr; }
+    void getAllCommands (juce::Array<juce::CommandID>&) override;
+    void getCommandInfo (juce::CommandID, juce::ApplicationCommandInfo&) override;
+    bool perform (const InvocationInfo&) override;
 
     //==============================================================================
     void resized() override;
@@ -128,6 +139,8 @@ private:
     enum class Panel { playlist, eq, fx };
 
     void showPanel (Panel);
+    void skipOrJump (int commandID);
+    void playFromStart();
     void validateAndAdd (const juce::Array<juce::File>& files);
     juce::StringArray vetFiles (const juce::Array<juce::File>& files);
     void resetPosition() noexcept;

@@ -1,4 +1,5 @@
 #include "engine/MainAudioAppComponent.h"
+#include "engine/CommandIDs.h"
 #include "ui/Alerts.h"
 
 namespace Marlode
@@ -24,6 +25,15 @@ juce::String MainAudioAppComponent::currentOutputDeviceName()
 MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
 {
     setOpaque (true);
+    addAndMakeVisible (titleBar);
+    titleBar.onMenuItem = [this] (int id) { menuItemChosen (id); };
+    titleBar.onCloseClicked = [this] { askApplicationToQuit(); };
+
+    commandManager.registerAllCommandsForTarget (this);
+    commandManager.setFirstCommandTarget (this);
+    addKeyListener (commandManager.getKeyMappings());
+    titleBar.addKeyListener (commandManager.getKeyMappings());
+
     addAndMakeVisible (volumeAndPan);
     addAndMakeVisible (levelLights);
     relayListeners.add (&levelLights);
@@ -52,6 +62,7 @@ MainAudioAppComponent::~MainAudioAppComponent()
 {
     stopTimer();
     deviceManager.removeChangeListener (this);
+    commandManager.setFirstCommandTarget (nullptr);
 
     // No audio callback may reach a deck once the decks start going.
     shutdownAudio();
@@ -208,6 +219,7 @@ void MainAudioAppComponent::addDeck (juce::XmlElement*)
     deck->trackDeck.audioDeviceAvailable = outputDeviceNameSlot() != "None";
     deck->addChangeListener (this);
     relayListeners.add (deck);
+    commandManager.registerAllCommandsForTarget (deck);
     currentDeck.store (deck);
 
     deck->playlist.listener = this;
@@ -425,6 +437,113 @@ void MainAudioAppComponent::requestQuit()
 }
 
 //==============================================================================
+void MainAudioAppComponent::getAllCommands (juce::Array<juce::CommandID>& commands)
+{
+    using namespace CommandIDs;
+    commands.addArray (std::initializer_list<int> { volumeDown, volumeUp, mute, panLeft, panRight, deck1, deck2, deck3, deck4,
+                                                    CommandIDs::addDeck, deleteDeck, settings, quit, fullScreen, showDebug });
+}
+
+void MainAudioAppComponent::getCommandInfo (juce::CommandID id, juce::ApplicationCommandInfo& result)
+{
+    CommandIDs::fillInfo (id, result);
+}
+
+bool MainAudioAppComponent::perform (const InvocationInfo& info)
+{
+    using namespace CommandIDs;
+    auto& volume = volumeAndPan.volumeSlider;
+    auto& pan = volumeAndPan.panSlider;
+    const auto panStep = pan.getMaximum() / 2.0;
+
+    switch (info.commandID)
+    {
+        case volumeDown: volume.setValue (volume.getValue() - 0.02, juce::sendNotificationSync); break;
+        case volumeUp: volume.setValue (volume.getValue() + 0.02, juce::sendNotificationSync); break;
+        case mute: volumeAndPan.toggleMute(); break;
+        case panLeft: pan.setValue (pan.getValue() - panStep, juce::sendNotificationSync); break;
+        case panRight: pan.setValue (pan.getValue() + panStep, juce::sendNotificationSync); break;
+        case deck1:
+        case deck2:
+        case deck3:
+        case deck4:
+            if (auto* tab = deckButtons[info.commandID - deck1])
+                tab->triggerClick();
+            break;
+        case CommandIDs::addDeck: addDeck (nullptr); break;
+        case deleteDeck: deleteCurrentDeck(); break;
+        case quit: requestQuit(); break;
+        case fullScreen:
+            if (auto* window = dynamic_cast<juce::ResizableWindow*> (getTopLevelComponent()))
+                window->setFullScreen (! window->isFullScreen());
+            break;
+        case settings:
+        case showDebug:
+            break; // their windows come with the settings and debug panels
+        default: return false;
+    }
+
+    return true;
+}
+
+void MainAudioAppComponent::deleteDecksWhenStopped (bool all)
+{
+    auto* deck = getCurrentDeck();
+
+    if (deck == nullptr)
+        return;
+
+    // A playing deck is stopped first; its stop, arriving in changeListenerCallback, deletes.
+    if (deck->isPlaying.load() && getNumDecks() > 1)
+    {
+        deck->pendingDelete = true;
+        deleteAllPending = all;
+
+        if (deck->trackDeck.getState() == TransportState::Playing)
+            deck->trackDeck.stopButtonClicked();
+        return;
+    }
+
+    if (all)
+        deleteAllDecks();
+    else
+        deleteCurrentDeck();
+}
+
+void MainAudioAppComponent::askApplicationToQuit()
+{
+    // The application's quit comes back to requestQuit; without one (tests) go there directly.
+    if (auto* app = juce::JUCEApplication::getInstance())
+        app->systemRequestedQuit();
+    else
+        requestQuit();
+}
+
+void MainAudioAppComponent::menuItemChosen (int id)
+{
+    auto* deck = getCurrentDeck();
+
+    switch (id)
+    {
+        case 1: if (deck != nullptr) deck->openTrack (false); break;
+        case 2: if (deck != nullptr) deck->openFolder(); break;
+        case 3: if (deck != nullptr) deck->openPlaylist(); break;
+        case 4: if (deck != nullptr) deck->saveButtonClicked(); break;
+        case 5: if (deck != nullptr) deck->exportAudioButtonClicked(); break;
+        case 6:
+            juce::Desktop::getInstance().setGlobalScaleFactor (1.0f);
+            if (auto* window = getTopLevelComponent(); window != nullptr && window != this)
+                window->setBounds (window->getBounds().withWidth (850));
+            break;
+        case 12: askApplicationToQuit(); break;
+        case 13: addDeck (nullptr); break;
+        case 14: deleteDecksWhenStopped (false); break;
+        case 15: deleteDecksWhenStopped (true); break;
+        default: break; // help, settings, updates and about come with their panels
+    }
+}
+
+//==============================================================================
 void MainAudioAppComponent::timerCallback()
 {
     tickRelayListeners();
@@ -433,7 +552,8 @@ void MainAudioAppComponent::timerCallback()
 void MainAudioAppComponent::resized()
 {
     auto area = getLocalBounds();
-    auto title = area.removeFromTop (titleAreaHeight).reduced (8, 4);
+    titleBar.setBounds (area.removeFromTop (titleBarHeight));
+    auto title = area.removeFromTop (masterStripHeight).reduced (8, 4);
 
     levelLights.setBounds (title.removeFromRight (120).reduced (0, 4));
     title.removeFromRight (10);

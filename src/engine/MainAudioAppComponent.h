@@ -4,6 +4,7 @@
 #include "dsp/EQComponent.h"
 #include "dsp/LevelMeterHorizontalLights.h"
 #include "engine/TimerRelayBroadcaster.h"
+#include "ui/TitleBarComponent.h"
 #include "ui/VolumeAndPanComponent.h"
 
 #include <juce_audio_utils/juce_audio_utils.h>
@@ -29,6 +30,7 @@ class MainAudioAppComponent : public juce::AudioAppComponent,
                               public juce::Button::Listener,
                               private juce::Timer,
                               public TimerRelayBroadcaster,
+                              public juce::ApplicationCommandTarget,
                               public PlaylistComponent::Listener
 {
 public:
@@ -65,6 +67,16 @@ public:
     /** Quit as the user asked for it: a playing deck stops first and the loop ends from its stop. */
     void requestQuit();
 
+    /** The main menu's choices, by id. */
+    void menuItemChosen (int id);
+
+    //==============================================================================
+    // The master and system commands; the current deck holds the rest.
+    juce::ApplicationCommandTarget* getNextCommandTarget() override { return currentDeck.load(); }
+    void getAllCommands (juce::Array<juce::CommandID>&) override;
+    void getCommandInfo (juce::CommandID, juce::ApplicationCommandInfo&) override;
+    bool perform (const InvocationInfo&) override;
+
     void resized() override;
     void paint (juce::Graphics&) override;
 
@@ -93,6 +105,7 @@ public:
     int blockSize = 512;
     int sampleRate = 44100; // the device's rate, truncated; the decks get this one
 
+    TitleBar::TitleBarComponent titleBar { "Marlode" };
     EQComponent masterEQ;
     LevelMeterHorizontalLights levelLights;
     VolumeAndPanComponent volumeAndPan;
@@ -102,7 +115,9 @@ public:
     juce::ApplicationCommandManager commandManager;
     PopupDisplayComponent* activePopup = nullptr;
 
-    static constexpr int titleAreaHeight = 50;
+    // The window's bar, then the strip with the deck tabs and the master controls.
+    static constexpr int titleBarHeight = 25, masterStripHeight = 50;
+    static constexpr int titleAreaHeight = titleBarHeight + masterStripHeight;
 
 private:
     void timerCallback() override;
@@ -110,6 +125,8 @@ private:
     void showDeck (MainComponent&);
     void renumberTabs();
     void beginDeckListChange();
+    void deleteDecksWhenStopped (bool all);
+    void askApplicationToQuit();
     std::unique_ptr<juce::ComponentTraverser> createKeyboardFocusTraverser() override;
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (MainAudioAppComponent)

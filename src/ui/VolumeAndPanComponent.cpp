@@ -27,6 +27,12 @@ VolumeAndPanComponent::VolumeAndPanComponent()
     addAndMakeVisible (panSlider);
 }
 
+void VolumeAndPanComponent::toggleMute()
+{
+    muteButton.setToggleState (! muteButton.getToggleState(), juce::dontSendNotification);
+    gainStage.setMuted (muteButton.getToggleState());
+}
+
 void VolumeAndPanComponent::resized()
 {
     const auto w = getWidth(), h = getHeight();

@@ -18,6 +18,9 @@ public:
 
     void resized() override;
 
+    /** The mute key: flips the button without a click, and the gain follows. */
+    void toggleMute();
+
     juce::TextButton muteButton { "M" };
     Slider::HorizontalSlider volumeSlider;
     Slider::PanSliderComponent panSlider;

@@ -11,16 +11,16 @@ using namespace MarlodeTest;
 
 namespace
 {
-    // Where the layout puts things, for a main window of the given size: the framework's title
-    // bar and resize border around the content, the master strip above the deck.
+    // Where the layout puts things, for a main window of the given size: the resize border around
+    // the content, then the window's own bar and the master strip above the deck.
     struct Layout
     {
         int width, height;
 
-        static constexpr int masterStrip = 50;
-        juce::Point<int> deckOrigin() const { return { 4, 30 + masterStrip }; }
-        int deckWidth() const { return width - 8; }
-        int deckHeight() const { return height - 34 - masterStrip; }
+        static constexpr int border = 4, titleBar = 25, masterStrip = 50;
+        juce::Point<int> deckOrigin() const { return { border, border + titleBar + masterStrip }; }
+        int deckWidth() const { return width - 2 * border; }
+        int deckHeight() const { return height - 2 * border - titleBar - masterStrip; }
 
         juce::Point<int> playButton() const
         {
@@ -34,7 +34,10 @@ namespace
         }
 
         juce::Point<int> stopButton() const { return playButton() + juce::Point<int> (50, 0); }
-        juce::Point<int> closeButton() const { return { width - 4 - 13, 4 + 11 }; }
+        juce::Point<int> closeButton() const { return { width - border - titleBar, border + titleBar / 2 }; }
+
+        // Deck tab n (from 1), in the master strip's left end.
+        juce::Point<int> deckTab (int n) const { return { border + 8 + 30 * (n - 1) + 15, border + titleBar + masterStrip / 2 }; }
     };
 
     Layout windowLayout (const juce::String& windowId)

@@ -1,0 +1,249 @@
+#include "engine/CommandIDs.h"
+#include "engine/MainAudioAppComponent.h"
+#include "support/DeckHarness.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using namespace Marlode;
+using namespace MarlodeTest;
+
+namespace
+{
+    using K = juce::KeyPress;
+    constexpr int cmd = juce::ModifierKeys::commandModifier, shift = juce::ModifierKeys::shiftModifier;
+
+    struct CommandsTest : ::testing::Test
+    {
+        TempFolder temp;
+        AlertRecorder alerts;
+        MainAudioAppComponent app { false };
+
+        void SetUp() override { app.setSize (850, 760); }
+
+        MainComponent& deck() { return *app.getCurrentDeck(); }
+
+        // A key as the window delivers it when no child takes it.
+        void press (int code, int modifiers = 0)
+        {
+            ASSERT_TRUE (app.commandManager.getKeyMappings()->keyPressed (K (code, modifiers, 0), &app)) << "no command for key " << code;
+        }
+
+        double position() { return deck().trackDeck.transportPosition(); }
+
+        void seekTo (double seconds)
+        {
+            deck().trackDeck.transportSource.setPosition (seconds);
+            deck().waveform.position.store (seconds);
+        }
+
+        // A 60 s track on the current deck, Auto-Play off, blocks flowing.
+        std::unique_ptr<FakeDevice> loadMinute()
+        {
+            deck().trackDeck.audioDeviceAvailable = true;
+            deck().waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
+            const auto file = writeWav (temp.file ("minute.wav"), 44100.0, 2, 44100 * 60, [] (int, int) { return 0.1f; }, 16);
+            deck().openFiles ({ file });
+            EXPECT_TRUE (pumpUntil ([&] { return deck().waveform.isTrackLoaded(); }, 3000));
+            return std::make_unique<FakeDevice> ([this] (const juce::AudioSourceChannelInfo& info) { app.getNextAudioBlock (info); });
+        }
+
+        void waitForState (TransportState s)
+        {
+            EXPECT_TRUE (pumpUntil ([&] { return deck().trackDeck.getState() == s; }, 2000));
+        }
+    };
+}
+
+TEST_F (CommandsTest, EveryCommandHasItsOwnKeyAndOneTarget)
+{
+    juce::Array<juce::CommandID> master, deckCommands;
+    app.getAllCommands (master);
+    deck().getAllCommands (deckCommands);
+
+    std::set<int> ids;
+    for (auto id : master)
+        ids.insert (id);
+    for (auto id : deckCommands)
+        EXPECT_TRUE (ids.insert (id).second) << "command " << id << " held by both targets";
+
+    EXPECT_EQ (ids.size(), CommandIDs::table().size());
+    EXPECT_EQ (ids.count (52), 0u);
+
+    // A key given twice would leave one of its commands unreachable.
+    auto* mappings = app.commandManager.getKeyMappings();
+    for (const auto& c : CommandIDs::table())
+    {
+        EXPECT_TRUE (ids.count (c.id) == 1) << c.name;
+        for (const auto& k : c.keys)
+            EXPECT_EQ (mappings->findCommandForKeyPress (k), c.id) << c.name << " " << k.getTextDescription();
+    }
+}
+
+TEST_F (CommandsTest, MasterKeysDriveVolumePanMuteAndTheDeckBank)
+{
+    auto& volume = app.volumeAndPan.volumeSlider;
+    const auto startVolume = volume.getValue();
+    press ('-');
+    EXPECT_NEAR (volume.getValue(), startVolume - 0.02, 1e-9);
+    press ('=');
+    EXPECT_NEAR (volume.getValue(), startVolume, 1e-9);
+
+    press ('0');
+    EXPECT_TRUE (app.volumeAndPan.gainStage.isMuted());
+    EXPECT_TRUE (app.volumeAndPan.muteButton.getToggleState());
+    press ('0');
+    EXPECT_FALSE (app.volumeAndPan.gainStage.isMuted());
+
+    press ('-', cmd);
+    EXPECT_EQ (app.volumeAndPan.panSlider.getValue(), -45.0);
+    press ('-', cmd);
+    press ('-', cmd);
+    EXPECT_EQ (app.volumeAndPan.panSlider.getValue(), -90.0) << "the slider's range holds";
+    press ('=', cmd);
+    EXPECT_EQ (app.volumeAndPan.panSlider.getValue(), -45.0);
+
+    press ('d', cmd);
+    press ('d', cmd);
+    EXPECT_EQ (app.getNumDecks(), 3);
+    press ('1');
+    pumpMessages (30);
+    EXPECT_EQ (app.getCurrentDeck(), app.decks[0]);
+    press ('4'); // no fourth deck: nothing happens
+    pumpMessages (30);
+    EXPECT_EQ (app.getCurrentDeck(), app.decks[0]);
+    press ('d', cmd | shift);
+    EXPECT_EQ (app.getNumDecks(), 2);
+    for (int i = 0; i < 4; ++i)
+        press ('d', cmd);
+    EXPECT_EQ (app.getNumDecks(), 4);
+}
+
+TEST_F (CommandsTest, SkipAndJumpStepsWhilePlayingAndStopped)
+{
+    auto device = loadMinute();
+    auto& w = deck().waveform;
+
+    // Stopped: a skip is one nudge of the view (60 s / 300), a jump 25 of them; zooming shrinks both.
+    press (K::rightKey);
+    EXPECT_NEAR (position(), 0.2, 0.01);
+    press ('v');
+    EXPECT_NEAR (position(), 5.2, 0.01);
+    EXPECT_NEAR (w.position.load(), 5.2, 0.01) << "the view follows at once";
+    press (K::upKey);
+    EXPECT_NEAR (w.viewSpan, 30.0, 1e-6);
+    press (K::leftKey);
+    EXPECT_NEAR (position(), 5.1, 0.01);
+
+    // Playing: one second and fifteen (not thirty).
+    press (K::spaceKey);
+    waitForState (TransportState::Playing);
+    seekTo (20.0);
+    press ('v');
+    EXPECT_NEAR (position(), 35.0, 0.3);
+    press ('c');
+    EXPECT_NEAR (position(), 20.0, 0.3);
+    press (K::leftKey);
+    EXPECT_NEAR (position(), 19.0, 0.3);
+
+    // Return stops and goes back to the start.
+    press (K::returnKey);
+    waitForState (TransportState::Stopped);
+    EXPECT_NEAR (position(), 0.0, 0.01);
+}
+
+TEST_F (CommandsTest, LoopGuardsOnSkipAndJump)
+{
+    auto device = loadMinute();
+    auto& w = deck().waveform;
+    w.loopStart = 10.0;
+    w.loopEnd = 30.0;
+    w.replayTime = 20.0;
+    w.loopButton.setToggleState (true, juce::sendNotificationSync);
+    ASSERT_TRUE (w.loopEnabled.load());
+
+    // A skip at a running loop's end does nothing (else the loop would send it back to 10 s).
+    press (K::spaceKey);
+    waitForState (TransportState::Playing);
+    seekTo (29.5);
+    press (K::rightKey);
+    pumpMessages (50);
+    EXPECT_GT (position(), 29.4);
+    EXPECT_LT (position(), 30.0);
+
+    // Paused, the same skip passes the loop's end; a jump may not.
+    press (K::spaceKey);
+    waitForState (TransportState::Paused);
+    seekTo (29.9);
+    press (K::rightKey);
+    EXPECT_NEAR (position(), 30.1, 0.01);
+    press ('v');
+    EXPECT_NEAR (position(), 30.1, 0.01);
+
+    // A jump back under the loop stops at the replay marker, not at the loop's start.
+    seekTo (22.0);
+    press ('c');
+    EXPECT_NEAR (position(), 20.0, 0.01);
+}
+
+TEST_F (CommandsTest, MarkerToggleAndPanelKeys)
+{
+    auto device = loadMinute();
+    auto& w = deck().waveform;
+    seekTo (12.0);
+
+    press ('/');
+    EXPECT_NEAR (w.replayTime.load(), 12.0, 0.01);
+    EXPECT_TRUE (w.replayButton.getToggleState());
+    press (';');
+    EXPECT_FALSE (w.replayButton.getToggleState());
+
+    press (',');
+    EXPECT_NEAR (w.loopStart.load(), 12.0, 0.01);
+    seekTo (11.0);
+    press ('.');
+    EXPECT_FALSE (w.loopButton.getToggleState()) << "an end before the start is refused";
+    seekTo (18.0);
+    press ('.');
+    EXPECT_NEAR (w.loopEnd.load(), 18.0, 0.01);
+    EXPECT_TRUE (w.loopEnabled.load());
+    press (',', cmd);
+    press ('.', cmd);
+    EXPECT_EQ (w.loopStart.load(), 0.0);
+    EXPECT_NEAR (w.loopEnd.load(), 60.0, 0.01);
+
+    const auto follow = w.followButton.getToggleState();
+    press ('f');
+    EXPECT_NE (w.followButton.getToggleState(), follow);
+
+    press ('w');
+    EXPECT_TRUE (deck().deckEQ.isVisible());
+    EXPECT_FALSE (deck().playlist.isVisible());
+    press ('e');
+    EXPECT_TRUE (deck().deckFX.isVisible());
+    press ('q');
+    EXPECT_TRUE (deck().playlist.isVisible());
+    EXPECT_TRUE (deck().clearButton.isVisible());
+}
+
+TEST_F (CommandsTest, MenuDeletesAPlayingDeckOnceItHasStopped)
+{
+    app.menuItemChosen (14);
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    EXPECT_EQ (alerts.shown[0].title, "Oops!");
+
+    app.menuItemChosen (5);
+    EXPECT_EQ (alerts.shown.back().message, "No track is loaded.");
+
+    app.menuItemChosen (13);
+    ASSERT_EQ (app.getNumDecks(), 2);
+    auto device = loadMinute();
+    press (K::spaceKey);
+    waitForState (TransportState::Playing);
+
+    app.menuItemChosen (14);
+    EXPECT_EQ (app.getNumDecks(), 2) << "the deck plays: it stops first";
+    EXPECT_TRUE (pumpUntil ([&] { return app.getNumDecks() == 1; }, 2000));
+    EXPECT_EQ (app.getCurrentDeck(), app.decks[0]);
+}

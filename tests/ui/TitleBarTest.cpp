@@ -1,0 +1,85 @@
+#include "support/TestAudio.h"
+#include "ui/TitleBarComponent.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode::TitleBar;
+using namespace MarlodeTest;
+
+namespace
+{
+    // A frameless window whose content is the bar, as the main window's is.
+    struct BarWindow : juce::DocumentWindow
+    {
+        BarWindow() : juce::DocumentWindow ("bar", juce::Colours::black, 0)
+        {
+            setUsingNativeTitleBar (false);
+            setTitleBarHeight (0);
+            setContentNonOwned (&bar, false);
+            setBounds (100, 100, 400, 25);
+            setVisible (true);
+        }
+
+        ~BarWindow() override { clearContentComponent(); }
+
+        TitleBarComponent bar { "Marlode" };
+    };
+
+    juce::String describe (const juce::PopupMenu& menu)
+    {
+        juce::StringArray items;
+        for (juce::PopupMenu::MenuItemIterator it (menu, true); it.next();)
+        {
+            const auto& item = it.getItem();
+            items.add (item.subMenu != nullptr ? "[" + item.text + "]" : item.text + "=" + juce::String (item.itemID));
+        }
+        return items.joinIntoString (", ");
+    }
+}
+
+TEST (TitleBar, LayoutAndMenu)
+{
+    TitleBarComponent bar ("Marlode");
+    bar.setSize (850, 25);
+    EXPECT_EQ (bar.closeButton.getBounds(), juce::Rectangle<int> (800, 0, 50, 25));
+    EXPECT_EQ (bar.maximiseButton.getBounds(), juce::Rectangle<int> (750, 0, 50, 25));
+    EXPECT_EQ (bar.minimiseButton.getBounds(), juce::Rectangle<int> (700, 0, 50, 25));
+    EXPECT_EQ (bar.menuButton.getBounds(), juce::Rectangle<int> (0, 0, 50, 25));
+
+    EXPECT_EQ (describe (TitleBarComponent::createMainMenu()),
+               "[Open], Open Track(s)=1, Open Folder=2, Open Playlist=3, [Decks], Add New Deck=13, Delete Current Deck=14, "
+               "Delete All Decks=15, [Help], Quick Start=8, Shortcut keys=9, Save Playlist=4, Export Audio=5, Settings=7, "
+               "Reset Display=6, Check for Updates=17, About=10, Exit=12");
+}
+
+TEST (TitleBar, MaximiseRestoresAndEscapeDismissesTheMenu)
+{
+    if (std::getenv ("DISPLAY") == nullptr)
+        GTEST_SKIP() << "needs the test run's Xvfb";
+
+    BarWindow window;
+    auto& bar = window.bar;
+    const auto original = window.getBounds();
+    const auto userArea = juce::Desktop::getInstance().getDisplays().getPrimaryDisplay()->userArea;
+
+    bar.toggleMaximised();
+    EXPECT_EQ (window.getBounds(), userArea);
+    bar.toggleMaximised();
+    EXPECT_EQ (window.getBounds(), original);
+
+    // Maximised with nothing to go back to: the button leaves the window as it is.
+    window.setBounds (userArea);
+    bar.restoreBounds = {};
+    bar.toggleMaximised();
+    EXPECT_EQ (window.getBounds(), userArea);
+    window.setBounds (original);
+
+    int chosen = 0, dismissed = 0;
+    bar.onMenuItem = [&] (int id) { chosen = id; };
+    bar.onMenuDismissed = [&] { ++dismissed; };
+    bar.menuButton.sendSynchronousChangeMessage();
+    ASSERT_TRUE (pumpUntil ([] { return juce::Component::getCurrentlyModalComponent() != nullptr; }, 2000));
+    juce::Component::getCurrentlyModalComponent()->keyPressed (juce::KeyPress (juce::KeyPress::escapeKey));
+    ASSERT_TRUE (pumpUntil ([&] { return dismissed == 1; }, 2000));
+    EXPECT_EQ (chosen, 0);
+}
