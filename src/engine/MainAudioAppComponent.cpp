@@ -1,6 +1,7 @@
 #include "engine/MainAudioAppComponent.h"
 #include "engine/CommandIDs.h"
 #include "ui/Alerts.h"
+#include "ui/SondrelLookAndFeel.h"
 
 namespace Marlode
 {
@@ -27,6 +28,11 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
     setOpaque (true);
     addAndMakeVisible (titleBar);
     titleBar.onMenuItem = [this] (int id) { menuItemChosen (id); };
+    titleBar.onMenuDismissed = [this]
+    {
+        if (auto* deck = getCurrentDeck())
+            deck->restoreFocus();
+    };
     titleBar.onCloseClicked = [this] { askApplicationToQuit(); };
 
     commandManager.registerAllCommandsForTarget (this);
@@ -237,6 +243,8 @@ void MainAudioAppComponent::addDeck (juce::XmlElement*)
     tab->setClickingTogglesState (true);
     tab->setMouseClickGrabsKeyboardFocus (false);
     tab->setWantsKeyboardFocus (false);
+    tab->setColour (juce::TextButton::buttonColourId, widgetColour);
+    tab->setColour (juce::TextButton::buttonOnColourId, onColour);
     tab->addListener (this);
     tab->addListener (deck);
     deck->deckTab = tab;

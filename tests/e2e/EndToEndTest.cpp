@@ -140,7 +140,25 @@ namespace
         }
 
         juce::File crashLog() const { return home.getChildFile (".config/Marlode/CrashLog.log"); }
+
+        // A 440 Hz sine whose peak tells which track sounds.
+        juce::File tone (const juce::String& name, float amplitude)
+        {
+            const auto rate = recorder.getSampleRate();
+            return writeWav (temp.file (name), rate, 2, (int) rate * 10,
+                             [=] (int, int i) { return amplitude * (float) std::sin (juce::MathConstants<double>::twoPi * 440.0 * i / rate); });
+        }
+
+        float peakOver (int milliseconds) { return peak (record (milliseconds)); }
     };
+
+    // Keys as a user types them: X focus to the window, then XTEST events.
+    void press (const juce::String& windowId, const juce::String& keys)
+    {
+        run ({ "xdotool", "windowfocus", "--sync", windowId });
+        run ({ "xdotool", "key", keys });
+        juce::Thread::sleep (150);
+    }
 }
 
 TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
@@ -212,6 +230,104 @@ TEST_F (EndToEnd, ASecondLaunchHandsItsFileToTheFirstAndQuitWhilePlayingStopsFir
     click (window, windowLayout (window).closeButton());
     EXPECT_EQ (first.waitForExit (10000), 0);
     EXPECT_EQ (crashLog().getSize(), 0);
+}
+
+TEST_F (EndToEnd, KeysPlayPauseStopWalkThePlaylistAddADeckAndQuit)
+{
+    const auto b = tone ("b.wav", 0.25f), c = tone ("c.wav", 0.5f);
+    const auto list = temp.file ("list.xml");
+    list.replaceWithText ("<PLAYLIST_DATA><TRACK ID=\"0\" Path=\"" + track.getFullPathName() + "\"/><TRACK ID=\"1\" Path=\""
+                          + b.getFullPathName() + "\"/><TRACK ID=\"2\" Path=\"" + c.getFullPathName() + "\"/></PLAYLIST_DATA>");
+
+    // A playlist on the command line: its first track loads and, with Auto-Play, plays.
+    AppProcess app ({ list.getFullPathName() }, home);
+    const auto window = findMainWindow (20000);
+    ASSERT_TRUE (window.isNotEmpty());
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    juce::Thread::sleep (500);
+    EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99);
+
+    // Focus moves from the playlist (where Return would load a row) to the waveform.
+    press (window, "Tab");
+    press (window, "space");
+    juce::Thread::sleep (200);
+    EXPECT_LT (peakOver (500), 1.0e-6f) << "Space pauses";
+    press (window, "space");
+    juce::Thread::sleep (200);
+    EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99) << "Space plays";
+
+    press (window, "Return");
+    juce::Thread::sleep (200);
+    EXPECT_LT (peakOver (500), 1.0e-6f) << "Return stops";
+    press (window, "space");
+    juce::Thread::sleep (200);
+    const auto fromStart = align (record (1000), trackAudio);
+    EXPECT_GT (fromStart.correlation, 0.99);
+    EXPECT_LT (fromStart.fileOffset, (int) recorder.getSampleRate()) << "and returns to the start";
+
+    // x and z walk the playlist while playing.
+    press (window, "x");
+    juce::Thread::sleep (300);
+    EXPECT_NEAR (peakOver (500), 0.25f, 0.01f);
+    press (window, "x");
+    juce::Thread::sleep (300);
+    EXPECT_NEAR (peakOver (500), 0.5f, 0.01f);
+    press (window, "z");
+    juce::Thread::sleep (300);
+    EXPECT_NEAR (peakOver (500), 0.25f, 0.01f);
+
+    // A new deck takes over: the playing one pauses. 1 and 2 switch between them.
+    press (window, "ctrl+d");
+    juce::Thread::sleep (300);
+    EXPECT_LT (peakOver (500), 1.0e-6f);
+    press (window, "1");
+    press (window, "space");
+    juce::Thread::sleep (300);
+    EXPECT_NEAR (peakOver (500), 0.25f, 0.01f) << "deck 1 plays again";
+    press (window, "2");
+    juce::Thread::sleep (300);
+    EXPECT_LT (peakOver (500), 1.0e-6f) << "deck 2 shows, deck 1 paused";
+
+    press (window, "ctrl+q");
+    EXPECT_EQ (app.waitForExit (10000), 0);
+    EXPECT_EQ (crashLog().getSize(), 0);
+}
+
+TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
+{
+    const auto b = tone ("b.wav", 0.25f);
+    AppProcess app ({ track.getFullPathName() }, home);
+    const auto window = findMainWindow (20000);
+    ASSERT_TRUE (window.isNotEmpty());
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    const auto layout = windowLayout (window);
+
+    // Deck 2, Auto-Play off, gets its own track from a second launch.
+    press (window, "ctrl+d");
+    press (window, "a");
+    AppProcess second ({ b.getFullPathName() }, home);
+    EXPECT_EQ (second.waitForExit (10000), 0);
+    juce::Thread::sleep (300);
+    EXPECT_LT (peakOver (300), 1.0e-6f);
+
+    click (window, layout.deckTab (1));
+    press (window, "space");
+    juce::Thread::sleep (300);
+    EXPECT_GT (align (record (800), trackAudio).correlation, 0.99) << "deck 1 plays its track";
+
+    // From the click on tab 2 on, silence: deck 1 has paused and deck 2 hasn't started.
+    click (window, layout.deckTab (2));
+    juce::Thread::sleep (100);
+    EXPECT_LT (peakOver (1000), 1.0e-6f);
+
+    press (window, "space");
+    juce::Thread::sleep (300);
+    EXPECT_NEAR (peakOver (500), 0.25f, 0.01f) << "deck 2 plays its own track";
+
+    run ({ "python3", MARLODE_SOURCE_DIR "/scripts/screenshot.py",
+           juce::File (MARLODE_BUILD_DIR).getChildFile ("marlode-two-decks.png").getFullPathName() });
+    press (window, "ctrl+q");
+    EXPECT_EQ (app.waitForExit (10000), 0);
 }
 
 int main (int argc, char** argv)

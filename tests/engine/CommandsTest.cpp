@@ -120,6 +120,21 @@ TEST_F (CommandsTest, MasterKeysDriveVolumePanMuteAndTheDeckBank)
     EXPECT_EQ (app.getNumDecks(), 4);
 }
 
+TEST_F (CommandsTest, FullScreenTogglesTheWindow)
+{
+    if (std::getenv ("DISPLAY") == nullptr)
+        GTEST_SKIP() << "needs the test run's Xvfb";
+
+    juce::DocumentWindow window ("Marlode", juce::Colours::black, 0);
+    window.setContentNonOwned (&app, true);
+    window.setVisible (true);
+    press ('f', cmd);
+    EXPECT_TRUE (window.isFullScreen());
+    press ('f', cmd);
+    EXPECT_FALSE (window.isFullScreen());
+    window.clearContentComponent();
+}
+
 TEST_F (CommandsTest, SkipAndJumpStepsWhilePlayingAndStopped)
 {
     auto device = loadMinute();
