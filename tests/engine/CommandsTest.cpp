@@ -162,7 +162,11 @@ TEST_F (CommandsTest, SkipAndJumpStepsWhilePlayingAndStopped)
     press (K::leftKey);
     EXPECT_NEAR (position(), 19.0, 0.3);
 
-    // Return stops and goes back to the start.
+    // Alt+Space plays from the start; Return stops and goes back there.
+    press (K::spaceKey, juce::ModifierKeys::altModifier);
+    EXPECT_LT (position(), 0.3);
+    EXPECT_EQ (deck().trackDeck.getState(), TransportState::Playing);
+    seekTo (10.0);
     press (K::returnKey);
     waitForState (TransportState::Stopped);
     EXPECT_NEAR (position(), 0.0, 0.01);
