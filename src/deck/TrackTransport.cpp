@@ -232,6 +232,7 @@ TrackTransport::~TrackTransport()
 void TrackTransport::setSource (juce::PositionableAudioSource* newSource, int readAheadSamples,
                                 juce::TimeSliceThread* readAheadThread, double sourceSampleRateToCorrectFor)
 {
+    const std::lock_guard<std::mutex> lock (configLock);
     playing.store (false, std::memory_order_release);
     endOfStreamReached.store (false, std::memory_order_relaxed);
 
@@ -378,6 +379,7 @@ int TrackTransport::getNumBufferedSamples() const noexcept
 //==============================================================================
 void TrackTransport::prepareToPlay (int samplesPerBlockExpected, double sampleRate)
 {
+    const std::lock_guard<std::mutex> lock (configLock);
     blockSize = juce::jmax (1, samplesPerBlockExpected);
     const auto oldRate = deviceRate.exchange (sampleRate);
     prepared.store (true);

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 namespace Marlode
 {
@@ -24,8 +25,9 @@ namespace Marlode
     position divided by getSampleRate() is seconds on the file's own time line.
 
     Threads: getNextAudioBlock and setNextReadPosition may run on the audio thread; every other
-    call is for the message thread. Change messages (start, stop, end of stream) arrive on the
-    message thread.
+    call is for the message thread, except prepareToPlay and releaseResources, which the device
+    layer may call from its own thread when the device restarts. Change messages (start, stop,
+    end of stream) arrive on the message thread.
 */
 class TrackTransport : public juce::AudioSource,
                        public juce::ChangeBroadcaster,
@@ -86,7 +88,10 @@ private:
     void replaceStream (std::unique_ptr<Stream> next);
     std::unique_ptr<Stream> makeStream (juce::int64 startSourcePosition) const;
 
-    // Message thread owns these; they describe what makeStream builds.
+    // What makeStream builds from. setSource (message thread) and prepareToPlay (the device's
+    // thread on a restart) both change them and the stream under `configLock`; the audio thread
+    // never takes it.
+    std::mutex configLock;
     juce::PositionableAudioSource* source = nullptr;
     juce::TimeSliceThread* thread = nullptr;
     double sourceRate = 0.0;

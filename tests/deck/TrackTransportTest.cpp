@@ -252,3 +252,30 @@ TEST_F (TransportFixture, ANewDeviceRateKeepsThePosition)
     EXPECT_NEAR (transport.getCurrentPosition(), 0.5, 1e-4);
     EXPECT_NEAR (transport.getLengthInSeconds(), 2.0, 1e-4);
 }
+
+TEST_F (TransportFixture, ADeviceRestartDuringASourceChangeIsSafe)
+{
+    // The device layer may re-prepare from its own thread while the message thread swaps sources.
+    auto audio = rampSignal (block * 64);
+    std::atomic<bool> running { true };
+    std::thread device ([&]
+                        {
+                            for (int i = 0; running.load(); ++i)
+                                transport.prepareToPlay (block, i % 2 == 0 ? 44100.0 : 48000.0);
+                        });
+
+    for (int i = 0; i < 3000; ++i)
+    {
+        auto next = std::make_unique<juce::MemoryAudioSource> (audio, true);
+        transport.setSource (next.get(), block * 8, &thread, 44100.0);
+        source = std::move (next); // the previous source goes only after the transport let go of it
+    }
+
+    running.store (false);
+    device.join();
+    transport.prepareToPlay (block, 44100.0);
+    transport.start();
+    waitForBuffer();
+    pull();
+    EXPECT_GT (pull().getMagnitude (0, block), 0.0f) << "the last source plays";
+}
