@@ -62,14 +62,7 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
 
     resizeBar.onDrag = [this] (int offset) { setResizeDrag (offset); };
 
-    playlist.fileFilter = [this] (const juce::StringArray& paths)
-    {
-        juce::Array<juce::File> files;
-        for (const auto& path : paths)
-            if (juce::File::isAbsolutePath (path))
-                files.add (juce::File (path));
-        return vetFiles (files);
-    };
+    playlist.fileFilter = [this] (const juce::StringArray& paths) { return vetFiles (PlaylistComponent::filesFromPaths (paths)); };
 
     playlist.addActionListener (&trackDeck);
     playlist.addActionListener (this);
@@ -321,13 +314,7 @@ bool MainComponent::isInterestedInFileDrag (const juce::StringArray&)
 
 void MainComponent::filesDropped (const juce::StringArray& files, int, int)
 {
-    juce::Array<juce::File> dropped;
-
-    for (const auto& path : files)
-        if (juce::File::isAbsolutePath (path))
-            dropped.add (juce::File (path));
-
-    validateAndAdd (dropped);
+    validateAndAdd (PlaylistComponent::filesFromPaths (files));
 }
 
 //==============================================================================

@@ -552,12 +552,7 @@ void PlaylistComponent::filesDropped (const juce::StringArray& files, int x, int
     const auto index = dropIndexAt (x, y);
     clearDrag();
 
-    juce::Array<juce::File> dropped;
-    for (const auto& path : files)
-        if (juce::File::isAbsolutePath (path))
-            dropped.add (juce::File (path));
-
-    if (openPlaylistFiles (dropped, false))
+    if (openPlaylistFiles (filesFromPaths (files), false))
         return;
 
     const auto list = fileFilter ? fileFilter (files) : files;
@@ -741,6 +736,15 @@ bool PlaylistComponent::openPlaylistFiles (const juce::Array<juce::File>& files,
         openPlaylistFile (files.getFirst(), loadFirst);
 
     return true;
+}
+
+juce::Array<juce::File> PlaylistComponent::filesFromPaths (const juce::StringArray& paths)
+{
+    juce::Array<juce::File> files;
+    for (const auto& path : paths)
+        if (juce::File::isAbsolutePath (path))
+            files.add (juce::File (path));
+    return files;
 }
 
 bool PlaylistComponent::savePlaylist (const juce::File& file) const

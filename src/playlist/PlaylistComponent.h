@@ -118,6 +118,9 @@ public:
         treats them all as tracks; otherwise the one playlist is opened, or a warning shown. */
     bool openPlaylistFiles (const juce::Array<juce::File>& files, bool loadFirst);
 
+    /** Dropped or handed-over paths as files; relative ones name nothing and are left out. */
+    [[nodiscard]] static juce::Array<juce::File> filesFromPaths (const juce::StringArray& paths);
+
     /** Writes the list to `file`; false if it is empty or can't be written. */
     bool savePlaylist (const juce::File& file) const;
 
