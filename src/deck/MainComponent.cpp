@@ -431,11 +431,11 @@ void MainComponent::timerRelayCallback()
     tickRelayListeners();
 }
 
-void MainComponent::resetPosition() noexcept
+void MainComponent::publishPosition (double seconds) noexcept
 {
-    positionSeconds.store (0.0);
-    waveform.position.store (0.0);
-    timer.position.store (0.0);
+    positionSeconds.store (seconds);
+    waveform.position.store (seconds);
+    timer.position.store (seconds);
 }
 
 void MainComponent::actionListenerCallback (const juce::String& message)
@@ -447,7 +447,7 @@ void MainComponent::actionListenerCallback (const juce::String& message)
                 meter->reset();
 
         trackName.setText (TrackNameLabel::noTrackText);
-        resetPosition();
+        publishPosition (0.0);
     }
     else if (message == "Reset Meters")
     {
@@ -656,14 +656,12 @@ void MainComponent::skipOrJump (int command)
     if (target < 0.0)
         return;
 
-    source.setNextReadPosition ((juce::int64) (rate * target));
+    trackDeck.seek (target);
 
     if (! playing)
     {
         // No block may come to publish the new place before the view draws it.
-        positionSeconds.store (target);
-        waveform.position.store (target);
-        timer.position.store (target);
+        publishPosition (target);
 
         if (waveform.followButton.getToggleState())
             waveform.redrawWaveformImages();

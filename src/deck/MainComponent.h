@@ -143,7 +143,7 @@ private:
     void playFromStart();
     void validateAndAdd (const juce::Array<juce::File>& files);
     juce::StringArray vetFiles (const juce::Array<juce::File>& files);
-    void resetPosition() noexcept;
+    void publishPosition (double seconds) noexcept;
     void setResizeDrag (int offset);
 
     juce::KeyPressMappingSet* keyMappings;

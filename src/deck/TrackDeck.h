@@ -66,8 +66,10 @@ public:
     /** Called on reaching Stopped with quitWhenStopped set; by default it ends the message loop. */
     std::function<void()> onQuitWhenStopped;
 
-private:
+    /** Any thread: moves the transport to `seconds` on the file's time line, once its rate is known. */
     void seek (double seconds) noexcept;
+
+private:
     void enterStoppedAfterStop();
     void setPlayIndicators (bool isPlaying);
 
