@@ -103,6 +103,8 @@ void MainComponent::prepareToPlay (int blockSize, double sampleRate)
 void MainComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info) noexcept
 {
     auto& transportSource = trackDeck.transportSource;
+    // A track change on the message thread frees the transport's stream only after this block.
+    const TrackTransport::BlockScope scope (transportSource);
     double position = 0.0;
 
     if (! trackDeck.hasTrack())
@@ -113,14 +115,18 @@ void MainComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info)
     else
     {
         const bool stretching = deckFX.timeStretchOn.load (std::memory_order_relaxed);
-        const auto rate = transportSource.getSampleRate();
+        const auto loopStart = waveform.loopStart.load (std::memory_order_relaxed);
+
+        // Both stay decoded ahead, so a wrap or a return to them never waits for the disk.
+        transportSource.setCuePoints (loopStart, waveform.replayTime.load (std::memory_order_relaxed));
 
         // The loop wraps at block resolution: up to one block past the loop's end can sound.
         // A transport that has just run off the track's end is left alone: the deck's end-of-track
         // handling restarts it at the replay marker, and a wrap here would hide that the file ended.
-        if (waveform.loopEnabled.load (std::memory_order_relaxed) && rate > 0.0 && transportSource.isPlaying()
+        if (waveform.loopEnabled.load (std::memory_order_relaxed) && transportSource.getSampleRate() > 0.0
+            && transportSource.isPlaying()
             && trackDeck.transportPosition() >= waveform.loopEnd.load (std::memory_order_relaxed))
-            transportSource.setNextReadPosition ((juce::int64) (waveform.loopStart.load (std::memory_order_relaxed) * rate));
+            transportSource.setNextReadPosition ((juce::int64) (loopStart * transportSource.getSampleRate()));
 
         if (! stretching)
         {
@@ -513,7 +519,10 @@ void MainComponent::buttonClicked (juce::Button* button)
     {
         setVisible (false);
 
-        if (trackDeck.getState() == TransportState::Playing)
+        const auto state = trackDeck.getState();
+
+        // A deck still starting is as good as playing: left alone it would play on unheard.
+        if (state == TransportState::Playing || state == TransportState::Starting)
             trackDeck.changeState (TransportState::Pausing);
     }
     else if (! isVisible())

@@ -116,8 +116,17 @@ public:
     TransportComponent transport;
     TrackNameLabel trackName;
 
-    // The audio thread publishes, the master engine and the interface read.
+    // The message thread writes it from the deck's state changes; the master engine and the interface read.
     std::atomic<bool> isPlaying { false };
+
+    /** Any thread: the deck still owes the output sound, playing or fading out after a stop. */
+    [[nodiscard]] bool isSounding() const noexcept { return isPlaying.load() || trackDeck.transportSource.isSounding(); }
+
+    /** Message thread: the deck plays or is about to, so a switch away must hand its output over. */
+    [[nodiscard]] bool isPlayingOrStarting() const noexcept
+    {
+        return isPlaying.load() || trackDeck.getState() == TransportState::Starting;
+    }
     std::atomic<double> positionSeconds { 0.0 };
 
     // This deck waits for its stop to be deleted; message thread.

@@ -45,12 +45,9 @@ double TrackDeck::transportPosition() const noexcept
     return rate > 0.0 ? (double) transportSource.getNextReadPosition() / rate : 0.0;
 }
 
-void TrackDeck::seek (double seconds) noexcept
+void TrackDeck::seek (double seconds)
 {
-    const auto rate = transportSource.getSampleRate();
-
-    if (rate > 0.0)
-        transportSource.setNextReadPosition ((juce::int64) (rate * seconds));
+    transportSource.setPosition (seconds);
 }
 
 //==============================================================================

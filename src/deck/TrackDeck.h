@@ -66,8 +66,9 @@ public:
     /** Called on reaching Stopped with quitWhenStopped set; by default it ends the message loop. */
     std::function<void()> onQuitWhenStopped;
 
-    /** Any thread: moves the transport to `seconds` on the file's time line, once its rate is known. */
-    void seek (double seconds) noexcept;
+    /** Message thread: moves the transport to `seconds` on the file's time line, once its rate is
+        known; the next block the device asks for starts there. */
+    void seek (double seconds);
 
 private:
     void enterStoppedAfterStop();

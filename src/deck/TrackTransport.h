@@ -13,21 +13,28 @@ namespace Marlode
 //==============================================================================
 /**
     Plays one positionable source with a read-ahead buffer, in the manner of
-    juce::AudioTransportSource, but without a lock anywhere on the audio thread.
+    juce::AudioTransportSource, but without a lock anywhere on the audio thread and without a
+    silent sample after a seek or a loop wrap.
 
     JUCE's transport and buffering source hold a critical section around every block, and the
     read-ahead thread holds the same section while it reads the disk, so a slow read can stall
     the audio callback. Here the read-ahead thread fills a single-producer, single-consumer ring
     at the device rate (resampling there when the file's rate differs), seeks travel as atomic
-    requests, and a source change swaps one pointer and waits for the callback to let go of it.
+    requests, and a source change swaps one pointer and waits for every user of it to let go.
+
+    Gapless moves: until the read-ahead has audio from a new place, the audio thread keeps
+    playing what it already has; a message-thread seek wakes the read-ahead and returns once the
+    next block will come from the new place. The loop start and the replay point (the cue
+    points) are kept decoded ahead, so a wrap to them on the audio thread sounds in the same
+    block without waiting for the disk.
 
     Positions and lengths are in device-rate samples, as in juce::AudioTransportSource, so a
     position divided by getSampleRate() is seconds on the file's own time line.
 
-    Threads: getNextAudioBlock and setNextReadPosition may run on the audio thread; every other
-    call is for the message thread, except prepareToPlay and releaseResources, which the device
-    layer may call from its own thread when the device restarts. Change messages (start, stop,
-    end of stream) arrive on the message thread.
+    Threads: getNextAudioBlock, setNextReadPosition, setCuePoints and the getters may run on the
+    audio thread; setPosition, start, stop and setSource are for the message thread; prepareToPlay
+    and releaseResources may come from the device layer's own thread when the device restarts.
+    Change messages (start, stop, end of stream) arrive on the message thread.
 */
 class TrackTransport : public juce::AudioSource,
                        public juce::ChangeBroadcaster,
@@ -38,7 +45,8 @@ public:
     ~TrackTransport() override;
 
     /** Message thread. The source remains the caller's; it must outlive the next setSource call.
-        readAheadSamples is the ring's size in device-rate samples. */
+        readAheadSamples is the ring's size in device-rate samples. Returns once the first audio
+        is buffered (or after a short time-out), so a start right after it sounds at once. */
     void setSource (juce::PositionableAudioSource* newSource,
                     int readAheadSamples,
                     juce::TimeSliceThread* readAheadThread,
@@ -50,11 +58,22 @@ public:
     /** Message thread. Waits (at most about a second) until the audio thread has faded out. */
     void stop();
 
-    [[nodiscard]] bool isPlaying() const noexcept { return playing.load (std::memory_order_acquire); }
+    [[nodiscard]] bool isPlaying() const noexcept;
 
-    /** Any thread: the audio thread uses it for loop wraps. Takes effect once the read-ahead
-        thread has refilled from the new place; until then the transport plays silence. */
+    /** Any thread: audio still flows, playing or fading out after a stop. */
+    [[nodiscard]] bool isSounding() const noexcept;
+
+    /** Any thread, never waits: the audio thread uses it for loop wraps. Until the new place is
+        buffered (at once for a cue point) the audio already buffered goes on sounding. */
     void setNextReadPosition (juce::int64 devicePosition) noexcept;
+
+    /** Message thread: moves to `seconds` and returns once the next block the device asks for
+        starts there (or after a short time-out when the disk does not answer). */
+    void setPosition (double seconds);
+
+    /** Any thread: the places kept decoded ahead, in seconds on the file's time line; a negative
+        time is none. Cheap enough to call every block. */
+    void setCuePoints (double loopStartSeconds, double replaySeconds) noexcept;
 
     [[nodiscard]] juce::int64 getNextReadPosition() const noexcept;
     [[nodiscard]] juce::int64 getTotalLength() const noexcept;
@@ -63,7 +82,6 @@ public:
     /** Seconds on the file's time line. */
     [[nodiscard]] double getCurrentPosition() const noexcept;
     [[nodiscard]] double getLengthInSeconds() const noexcept;
-    void setPosition (double seconds) noexcept;
 
     /** The device rate given to prepareToPlay; 0 before it. */
     [[nodiscard]] double getSampleRate() const noexcept { return deviceRate.load (std::memory_order_acquire); }
@@ -73,6 +91,24 @@ public:
 
     /** Frames of audio ready in the ring; for tests that must wait for the read-ahead. */
     [[nodiscard]] int getNumBufferedSamples() const noexcept;
+
+    /** Audio from `seconds` is decoded ahead and ready; for tests and benchmarks that must wait for
+        the read-ahead. */
+    [[nodiscard]] bool isCueReady (double seconds) const noexcept;
+
+    //==============================================================================
+    /** Held by the audio thread around everything it does with this transport in one block, so
+        that a source change on another thread cannot free the stream in the middle of it. */
+    class BlockScope
+    {
+    public:
+        explicit BlockScope (const TrackTransport& t) noexcept : transport (t) { transport.users.fetch_add (1); }
+        ~BlockScope() noexcept { transport.users.fetch_sub (1); }
+
+    private:
+        const TrackTransport& transport;
+        JUCE_DECLARE_NON_COPYABLE (BlockScope)
+    };
 
     //==============================================================================
     void prepareToPlay (int samplesPerBlockExpected, double sampleRate) override;
@@ -84,9 +120,22 @@ public:
 private:
     class Stream;
 
+    // The whole life of a play: only compare-and-swap moves it, so a start on the message thread
+    // and the end of the stream or the end of a fade on the audio thread can't undo each other.
+    enum class Run : int
+    {
+        idle,     // silent, position held
+        playing,  // audio flows
+        stopping  // stop() asked; the audio thread fades the next block out and goes idle
+    };
+
     void timerCallback() override;
     void replaceStream (std::unique_ptr<Stream> next);
     std::unique_ptr<Stream> makeStream (juce::int64 startSourcePosition) const;
+    void waitUntilServed (Stream&, std::uint32_t generation) const;
+    // Seconds to the stream's source samples, through the device position a seek would use, so
+    // a cue and a seek to the same time name the same sample. Negative seconds give -1.
+    [[nodiscard]] juce::int64 toSourcePosition (const Stream&, double seconds) const noexcept;
 
     // What makeStream builds from. setSource (message thread) and prepareToPlay (the device's
     // thread on a restart) both change them and the stream under `configLock`; the audio thread
@@ -98,19 +147,20 @@ private:
     int readAhead = 32768;
     int blockSize = 512;
 
-    // Written by the message thread, read by the audio thread: the stream now playing.
+    // Written under configLock (message or device thread), read by every thread: the stream now playing.
     std::atomic<Stream*> stream { nullptr };
-    // Written by the audio thread around its use of `stream`; read by the message thread before it frees one.
-    std::atomic<bool> inCallback { false };
+    // Every thread that reads through `stream` counts itself in; a replaced stream is freed only at zero.
+    mutable std::atomic<int> users { 0 };
 
-    // Message thread writes in prepareToPlay / releaseResources; everyone reads.
+    // Written by whichever thread sets them, read by the next stream made: cue points in seconds.
+    std::atomic<double> cueLoopStartSeconds { -1.0 }, cueReplaySeconds { -1.0 };
+
+    // Written in prepareToPlay / releaseResources (message or device thread); everyone reads.
     std::atomic<double> deviceRate { 0.0 };
     std::atomic<bool> prepared { false };
 
-    // Message thread starts, both threads stop; read everywhere.
-    std::atomic<bool> playing { false };
-    // Audio thread: true once it has faded out after `playing` went false. Message thread waits on it.
-    std::atomic<bool> stopped { true };
+    // Message thread starts and asks to stop; the audio thread ends fades and streams.
+    std::atomic<Run> run { Run::idle };
     // Audio thread sets at the end of the stream; the message-thread timer turns it into a change message.
     std::atomic<bool> endOfStreamReached { false };
 

@@ -129,10 +129,11 @@ void MainAudioAppComponent::block (const juce::AudioSourceChannelInfo& info) noe
         if (auto* previous = previousDeck.load())
         {
             // The deck that was playing when another became current sounds until its stop lands.
-            if (previous->isPlaying.load())
+            // Cleared only if unchanged: the message thread may have just named another deck.
+            if (previous->isSounding())
                 deck = previous;
             else
-                previousDeck.store (nullptr);
+                previousDeck.compare_exchange_strong (previous, nullptr);
         }
         else
         {
@@ -203,7 +204,7 @@ void MainAudioAppComponent::setCurrentDeckFromButtons()
         auto* deck = decks[i];
         auto* current = currentDeck.load();
 
-        if (deck != current && current != nullptr && current->isPlaying.load())
+        if (deck != current && current != nullptr && current->isPlayingOrStarting())
             previousDeck.store (current);
 
         currentDeck.store (deck);
@@ -216,7 +217,7 @@ void MainAudioAppComponent::addDeck (juce::XmlElement*)
     if (decks.size() >= maxDecks)
         return;
 
-    if (auto* current = currentDeck.load(); current != nullptr && current->isPlaying.load())
+    if (auto* current = currentDeck.load(); current != nullptr && current->isPlayingOrStarting())
         previousDeck.store (current);
 
     auto* deck = new MainComponent (commandManager.getKeyMappings(), activePopup);

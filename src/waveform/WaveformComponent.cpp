@@ -902,9 +902,7 @@ void WaveformComponent::mouseDown (const juce::MouseEvent& e)
         loopButton.setToggleState (false, juce::sendNotification);
 
     position = seek;
-    const auto rate = transport.getSampleRate();
-    if (rate > 0.0)
-        transport.setNextReadPosition ((juce::int64) (rate * seek));
+    transport.setPosition (seek);
 
     updatePlayhead();
 }

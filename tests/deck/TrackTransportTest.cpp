@@ -87,34 +87,174 @@ TEST_F (TransportFixture, PlaysTheSourceBitForBitAtTheSameRate)
     EXPECT_DOUBLE_EQ (transport.getCurrentPosition(), 10.0 * block / 44100.0);
 }
 
-TEST_F (TransportFixture, SeekReportsAtOnceAndPlaysFromTheExactSample)
+// Every sample of `out` equals the signal from `position` on.
+::testing::AssertionResult blockIsSignalAt (const juce::AudioBuffer<float>& out, const juce::AudioBuffer<float>& signal,
+                                            juce::int64 position)
 {
-    auto& src = play (rampSignal (44100 * 2));
+    for (int c = 0; c < 2; ++c)
+        for (int i = 0; i < out.getNumSamples(); ++i)
+            if (out.getSample (c, i) != signal.getSample (c, (int) position + i))
+                return ::testing::AssertionFailure() << "channel " << c << " sample " << i << " is not the signal's sample "
+                                                     << position + i;
+    return ::testing::AssertionSuccess();
+}
+
+TEST_F (TransportFixture, AMessageThreadSeekSoundsInTheVeryNextBlock)
+{
+    auto& src = play (rampSignal (44100 * 8));
     transport.prepareToPlay (block, 44100.0);
     transport.setSource (&src, 32768, &thread, 44100.0);
-    waitForBuffer();
     transport.start();
-    pull();
+    ASSERT_TRUE (blockIsSignalAt (pull(), signal, 0)) << "a start right after the source change sounds at once";
 
-    const juce::int64 target = 60000;
-    transport.setNextReadPosition (target);
-    EXPECT_EQ (transport.getNextReadPosition(), target);
+    // Seeks with the ring in every state: full, half drained, refilling, and several in a row.
+    juce::Random random (7);
+    juce::int64 expected = block;
 
-    // Silence until the read-ahead has refilled from the new place, then the exact samples.
-    int firstSounding = -1;
-    for (int b = 0; b < 200 && firstSounding < 0; ++b)
+    for (int n = 0; n < 60; ++n)
     {
-        juce::Thread::sleep (2);
-        pull();
-        if (out.getMagnitude (0, 0, block) > 0.0f)
-            firstSounding = b;
-        else
-            EXPECT_EQ (transport.getNextReadPosition(), target);
+        const auto blocksBefore = random.nextInt (4);
+        for (int b = 0; b < blocksBefore; ++b)
+        {
+            ASSERT_TRUE (blockIsSignalAt (pull(), signal, expected));
+            expected += block;
+            juce::Thread::sleep (random.nextInt (3));
+        }
+
+        const auto seeks = 1 + random.nextInt (3);
+        for (int k = 0; k < seeks; ++k)
+        {
+            expected = random.nextInt (44100 * 7);
+            transport.setPosition ((double) expected / 44100.0);
+            expected = (juce::int64) ((double) expected / 44100.0 * 44100.0);
+        }
+
+        EXPECT_EQ (transport.getNextReadPosition(), expected);
+        ASSERT_TRUE (blockIsSignalAt (pull(), signal, expected)) << "seek " << n;
+        expected += block;
     }
 
-    ASSERT_GE (firstSounding, 0);
-    for (int i = 0; i < block; ++i)
-        ASSERT_EQ (out.getSample (0, i), signal.getSample (0, (int) target + i));
+    // Paused: seeks pile up without a block taking any of them; the start plays the last.
+    transport.stop();
+    for (int k = 0; k < 20; ++k)
+        transport.setPosition (0.1 * k);
+
+    transport.start();
+    ASSERT_TRUE (blockIsSignalAt (pull(), signal, (juce::int64) (1.9 * 44100.0)));
+}
+
+TEST_F (TransportFixture, AWrapToACuePointSoundsInTheSameBlockAndPlaysOnSeamlessly)
+{
+    auto& src = play (rampSignal (44100 * 8));
+    transport.prepareToPlay (block, 44100.0);
+    transport.setSource (&src, 32768, &thread, 44100.0);
+
+    const double loopStart = 1.5, replay = 0.25;
+    transport.setCuePoints (loopStart, replay);
+    ASSERT_TRUE (pumpUntil ([&] { return transport.isCueReady (loopStart) && transport.isCueReady (replay); }, 2000));
+
+    transport.start();
+    const auto loopStartSample = (juce::int64) (loopStart * 44100.0);
+    juce::int64 expected = 0;
+
+    // Wraps as the deck's block path makes them: from the audio thread, right before its block,
+    // and each time playing on far past the cue's decoded stretch into what the read-ahead adds.
+    for (int wrap = 0; wrap < 4; ++wrap)
+    {
+        for (int b = 0; b < 40; ++b)
+        {
+            ASSERT_TRUE (blockIsSignalAt (pull(), signal, expected)) << "wrap " << wrap << " block " << b;
+            expected += block;
+            juce::Thread::sleep (1);
+        }
+
+        transport.setNextReadPosition (loopStartSample);
+        EXPECT_EQ (transport.getNextReadPosition(), loopStartSample);
+        expected = loopStartSample;
+    }
+
+    // The replay point is served the same way, and a cue that moves is decoded again.
+    transport.setNextReadPosition ((juce::int64) (replay * 44100.0));
+    ASSERT_TRUE (blockIsSignalAt (pull(), signal, (juce::int64) (replay * 44100.0)));
+
+    for (int b = 1; b < 40; ++b)
+    {
+        ASSERT_TRUE (blockIsSignalAt (pull(), signal, (juce::int64) (replay * 44100.0) + b * block));
+        juce::Thread::sleep (1);
+    }
+
+    transport.setCuePoints (3.0, replay);
+    ASSERT_TRUE (pumpUntil ([&] { return transport.isCueReady (3.0); }, 2000));
+    transport.setNextReadPosition (3 * 44100);
+    ASSERT_TRUE (blockIsSignalAt (pull(), signal, 3 * 44100));
+}
+
+TEST_F (TransportFixture, AWrapWithNoCueKeepsPlayingUntilTheNewPlaceIsThere)
+{
+    // No cue points: the audio already buffered must go on rather than a hole.
+    auto& src = play (rampSignal (44100 * 4));
+    transport.prepareToPlay (block, 44100.0);
+    transport.setSource (&src, 32768, &thread, 44100.0);
+    transport.start();
+    waitForBuffer (block * 8);
+
+    juce::int64 expected = 0;
+    for (int b = 0; b < 4; ++b, expected += block)
+        ASSERT_TRUE (blockIsSignalAt (pull(), signal, expected));
+
+    transport.setNextReadPosition (88200);
+    int oldBlocks = 0;
+
+    for (int b = 0; b < 400; ++b)
+    {
+        pull();
+        if (blockIsSignalAt (out, signal, 88200))
+            break;
+
+        ASSERT_TRUE (blockIsSignalAt (out, signal, expected)) << "neither the old place nor the new one at block " << b;
+        expected += block;
+        ++oldBlocks;
+        juce::Thread::sleep (1);
+    }
+
+    EXPECT_LT (oldBlocks, 400) << "the new place never came";
+}
+
+TEST_F (TransportFixture, ResampledSeeksAndWrapsLeaveNoHole)
+{
+    // A 48 kHz tone on a 44.1 kHz device: a run of silent samples anywhere would be a hole.
+    juce::AudioBuffer<float> tone (2, 48000 * 4);
+    for (int i = 0; i < tone.getNumSamples(); ++i)
+        for (int c = 0; c < 2; ++c)
+            tone.setSample (c, i, (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * 441.0 * i / 48000.0 + 0.3)));
+
+    auto& src = play (std::move (tone));
+    transport.prepareToPlay (block, 44100.0);
+    transport.setSource (&src, 32768, &thread, 48000.0);
+    transport.setCuePoints (1.0, 0.5);
+    ASSERT_TRUE (pumpUntil ([&] { return transport.isCueReady (1.0) && transport.isCueReady (0.5); }, 2000));
+    transport.start();
+
+    int zeroRun = 0, longestZeroRun = 0;
+    juce::Random random (3);
+
+    for (int b = 0; b < 300; ++b)
+    {
+        if (b % 25 == 10)
+            transport.setNextReadPosition (44100); // the loop start, from the audio thread
+        else if (b % 25 == 20)
+            transport.setPosition (random.nextDouble() * 3.0);
+
+        pull();
+        for (int i = 0; i < block; ++i)
+        {
+            zeroRun = out.getSample (0, i) == 0.0f ? zeroRun + 1 : 0;
+            longestZeroRun = juce::jmax (longestZeroRun, zeroRun);
+        }
+        juce::Thread::sleep (1);
+    }
+
+    EXPECT_LT (longestZeroRun, 3);
 }
 
 TEST_F (TransportFixture, ResamplesToTheDeviceRateAndReportsDevicePositions)
