@@ -626,7 +626,6 @@ void TrackTransport::setSource (juce::PositionableAudioSource* newSource, int re
 {
     const std::lock_guard<std::mutex> lock (configLock);
     run.store (Run::idle);
-    endOfStreamReached.store (false, std::memory_order_relaxed);
 
     if (newSource == nullptr || readAheadThread == nullptr)
     {
@@ -703,7 +702,6 @@ void TrackTransport::start()
             return;
     }
 
-    endOfStreamReached.store (false);
     startTimer (10);
     sendChangeMessage();
 }
@@ -715,10 +713,30 @@ void TrackTransport::stop()
     if (! run.compare_exchange_strong (expected, Run::stopping))
         return;
 
-    // Only a running device fades out; without one nothing would ever acknowledge.
-    if (prepared.load())
-        for (int n = 500; --n >= 0 && run.load() == Run::stopping;)
-            juce::Thread::sleep (2);
+    // The audio thread fades its next block out and goes idle. A transport that no device pulls
+    // (another deck is current, or no device runs) would never answer, so the wait ends once no
+    // block has come for three device periods.
+    const auto rate = getSampleRate();
+    const auto quietLimit = std::chrono::milliseconds (
+        juce::jmax (40, rate > 0.0 ? (int) (3000.0 * blockSize / rate) : 0));
+    auto seenBlocks = blocksPulled.load();
+    auto lastBlockAt = std::chrono::steady_clock::now();
+
+    for (int n = 500; --n >= 0 && run.load() == Run::stopping;)
+    {
+        juce::Thread::sleep (2);
+        const auto now = std::chrono::steady_clock::now();
+
+        if (const auto blocks = blocksPulled.load(); blocks != seenBlocks)
+        {
+            seenBlocks = blocks;
+            lastBlockAt = now;
+        }
+        else if (now - lastBlockAt > quietLimit)
+        {
+            break;
+        }
+    }
 
     expected = Run::stopping;
     run.compare_exchange_strong (expected, Run::idle);
@@ -750,10 +768,7 @@ void TrackTransport::setNextReadPosition (juce::int64 devicePosition) noexcept
     const BlockScope use (*this);
 
     if (auto* s = stream.load())
-    {
         s->requestSeek (juce::jmax ((juce::int64) 0, (juce::int64) ((double) devicePosition * s->getRatio())));
-        endOfStreamReached.store (false);
-    }
 }
 
 void TrackTransport::setPosition (double seconds)
@@ -766,7 +781,6 @@ void TrackTransport::setPosition (double seconds)
         return;
 
     const auto generation = s->requestSeek (toSourcePosition (*s, juce::jmax (0.0, seconds)));
-    endOfStreamReached.store (false);
     s->wake();
     waitUntilServed (*s, generation);
 }
@@ -853,7 +867,6 @@ void TrackTransport::prepareToPlay (int samplesPerBlockExpected, double sampleRa
     const std::lock_guard<std::mutex> lock (configLock);
     blockSize = juce::jmax (1, samplesPerBlockExpected);
     const auto oldRate = deviceRate.exchange (sampleRate);
-    prepared.store (true);
 
     // The ring holds device-rate audio, so a new rate needs a new stream from the same place.
     if (source != nullptr && ! juce::approximatelyEqual (oldRate, sampleRate))
@@ -872,12 +885,12 @@ void TrackTransport::prepareToPlay (int samplesPerBlockExpected, double sampleRa
 
 void TrackTransport::releaseResources()
 {
-    prepared.store (false);
 }
 
 void TrackTransport::getNextAudioBlock (const juce::AudioSourceChannelInfo& info) noexcept
 {
     const BlockScope use (*this);
+    blocksPulled.fetch_add (1, std::memory_order_relaxed);
     auto* s = stream.load();
     const auto state = run.load (std::memory_order_acquire);
 

@@ -55,7 +55,8 @@ public:
     /** Message thread. */
     void start();
 
-    /** Message thread. Waits (at most about a second) until the audio thread has faded out. */
+    /** Message thread. Waits until the audio thread has faded out: a block or so while a device
+        pulls this transport, a few device periods when none does, never more than a second. */
     void stop();
 
     [[nodiscard]] bool isPlaying() const noexcept;
@@ -145,7 +146,8 @@ private:
     juce::TimeSliceThread* thread = nullptr;
     double sourceRate = 0.0;
     int readAhead = 32768;
-    int blockSize = 512;
+    // Also read without the lock by stop() on the message thread.
+    std::atomic<int> blockSize { 512 };
 
     // Written under configLock (message or device thread), read by every thread: the stream now playing.
     std::atomic<Stream*> stream { nullptr };
@@ -155,13 +157,16 @@ private:
     // Written by whichever thread sets them, read by the next stream made: cue points in seconds.
     std::atomic<double> cueLoopStartSeconds { -1.0 }, cueReplaySeconds { -1.0 };
 
-    // Written in prepareToPlay / releaseResources (message or device thread); everyone reads.
+    // Written in prepareToPlay (message or device thread); everyone reads.
     std::atomic<double> deviceRate { 0.0 };
-    std::atomic<bool> prepared { false };
+    // The audio thread counts its blocks; stop() watches whether anyone still pulls this transport.
+    std::atomic<std::uint32_t> blocksPulled { 0 };
 
     // Message thread starts and asks to stop; the audio thread ends fades and streams.
     std::atomic<Run> run { Run::idle };
-    // Audio thread sets at the end of the stream; the message-thread timer turns it into a change message.
+    // Audio thread sets at the end of the stream; only the message-thread timer clears it, turning it
+    // into a change message: a seek, a start or a new source in between must not swallow the end,
+    // or the deck would wait for it in Playing, Pausing or Stopping for good.
     std::atomic<bool> endOfStreamReached { false };
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (TrackTransport)

@@ -206,6 +206,8 @@ void MainAudioAppComponent::setCurrentDeckFromButtons()
 
         if (deck != current && current != nullptr && current->isPlayingOrStarting())
             previousDeck.store (current);
+        else if (deck == previousDeck.load())
+            previousDeck.store (nullptr); // back to the deck still handing over: it sounds as the current one
 
         currentDeck.store (deck);
     }

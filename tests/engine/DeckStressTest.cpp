@@ -1,0 +1,138 @@
+#include "engine/MainAudioAppComponent.h"
+#include "support/DeckHarness.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode;
+using namespace MarlodeTest;
+
+namespace
+{
+    // The application's content on the real device, with the loudest sample of every block kept.
+    struct ListenedApp : MainAudioAppComponent
+    {
+        ListenedApp() : MainAudioAppComponent (true) {}
+        ~ListenedApp() override { shutdownAudio(); }
+
+        void getNextAudioBlock (const juce::AudioSourceChannelInfo& info) override
+        {
+            MainAudioAppComponent::getNextAudioBlock (info);
+            const auto peak = info.buffer->getMagnitude (0, info.startSample, info.numSamples);
+            if (peak > loudest.load())
+                loudest.store (peak);
+            callbacks.fetch_add (1);
+        }
+
+        /** Pumps messages for `ms` and says whether anything above silence reached the device. */
+        bool heardWithin (int ms)
+        {
+            loudest.store (0.0f);
+            return pumpUntil ([this] { return loudest.load() > 0.0f; }, ms);
+        }
+
+        std::atomic<int> callbacks { 0 };
+        std::atomic<float> loudest { 0.0f };
+    };
+
+    // Noise that never holds an exact zero, so silence can only mean nothing was played.
+    float noise (int channel, int index)
+    {
+        const auto h = (std::uint32_t) (index * 2654435761u) ^ (std::uint32_t) (channel * 40503u);
+        const auto v = (float) (h % 20001u) / 20000.0f - 0.5f;
+        return v >= 0.0f ? v + 0.01f : v - 0.01f;
+    }
+}
+
+// Thousands of random user actions on the message thread while the real JACK callback runs:
+// nothing may crash, and a deck that says it plays must be heard.
+TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
+{
+    if (std::getenv ("JACK_DEFAULT_SERVER") == nullptr)
+        GTEST_SKIP() << "needs the test run's JACK server (scripts/with-test-env.sh)";
+
+    TempFolder temp;
+    AlertRecorder alerts;
+    ListenedApp app;
+    app.setSize (850, 720);
+    ASSERT_NE (app.deviceManager.getCurrentAudioDevice(), nullptr) << "no JACK device opened";
+    ASSERT_TRUE (pumpUntil ([&] { return app.callbacks.load() > 10; }, 3000));
+
+    juce::Array<juce::File> files;
+    for (int n = 0; n < 3; ++n)
+        files.add (writeWav (temp.file ("noise" + juce::String (n) + ".wav"), n == 1 ? 48000.0 : 44100.0, n == 2 ? 1 : 2,
+                             44100 * 3, noise));
+
+    app.addDeck (nullptr);
+    app.addDeck (nullptr);
+    ASSERT_EQ (app.getNumDecks(), 3);
+
+    for (int d = 0; d < app.getNumDecks(); ++d)
+    {
+        auto& deck = *app.decks[d];
+        deck.waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
+        deck.waveform.playNextButton.setToggleState (d != 1, juce::dontSendNotification);
+        deck.openFiles (files);
+        ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.hasTrack(); }, 2000));
+    }
+
+    // A new sequence each run, named in every failure so it can be replayed.
+    const auto seed = juce::Time::currentTimeMillis();
+    SCOPED_TRACE ("random seed " + std::to_string (seed));
+    juce::Random random (seed);
+    const auto current = [&] { return app.getCurrentDeck(); };
+
+    // A quiet moment: every change message has landed, the hand-over has ended, so the current
+    // deck's state says what the device must be hearing.
+    const auto checkPlayingMeansSound = [&] (int step)
+    {
+        pumpMessages (60);
+        ASSERT_TRUE (pumpUntil ([&] { return app.previousDeck.load() == nullptr; }, 2000))
+            << "step " << step << ": the deck handing over is " << app.decks.indexOf (app.previousDeck.load()) << " in state "
+            << (int) app.previousDeck.load()->trackDeck.getState() << ", playing " << app.previousDeck.load()->isPlaying.load()
+            << ", sounding " << app.previousDeck.load()->trackDeck.transportSource.isSounding() << "; current "
+            << app.decks.indexOf (current());
+        const auto state = current()->trackDeck.getState();
+
+        if (state == TransportState::Playing)
+            ASSERT_TRUE (app.heardWithin (500)) << "step " << step << ": the deck shows Playing and is silent";
+    };
+
+    for (int step = 0; step < 4000; ++step)
+    {
+        auto& deck = *current();
+        auto& player = deck.trackDeck;
+
+        switch (random.nextInt (12))
+        {
+            case 0: case 1: case 2: player.playButtonClicked(); break;
+            case 3: player.stopButtonClicked(); break;
+            case 4: case 5: player.seek (random.nextDouble() * 3.2); break;
+            case 6: player.loadTrack (files[random.nextInt (files.size())]); break;
+            case 7: app.deckButtons[random.nextInt (app.deckButtons.size())]->triggerClick(); break;
+            case 8:
+                deck.waveform.loopStart = random.nextDouble() * 1.5;
+                deck.waveform.loopEnd = deck.waveform.loopStart.load() + 0.02 + random.nextDouble();
+                deck.waveform.loopButton.setToggleState (! deck.waveform.loopButton.getToggleState(), juce::sendNotificationSync);
+                break;
+            case 9: player.returnToStart(); break;
+            case 10: random.nextBool() ? player.nextTrack() : player.previousTrack(); break;
+            default: break;
+        }
+
+        pumpMessages (random.nextInt (4));
+
+        if (step % 250 == 249)
+            checkPlayingMeansSound (step);
+    }
+
+    // Whatever the storm left behind, a fresh play of the current deck is heard.
+    auto& player = current()->trackDeck;
+    if (player.getState() != TransportState::Stopped)
+        player.stopButtonClicked();
+    ASSERT_TRUE (pumpUntil ([&] { return player.getState() == TransportState::Stopped; }, 2000))
+        << "state " << (int) player.getState() << ", transport sounding " << player.transportSource.isSounding();
+    player.playButtonClicked();
+    ASSERT_TRUE (pumpUntil ([&] { return player.getState() == TransportState::Playing; }, 2000));
+    EXPECT_TRUE (app.heardWithin (500));
+    EXPECT_TRUE (alerts.shown.empty()) << alerts.shown.front().message;
+}
