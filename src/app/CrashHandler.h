@@ -14,7 +14,8 @@ namespace Marlode
     A crash can come while another thread holds the heap's or stdio's lock, so everything the
     handler needs is made by install(): the log's file descriptor, the local time offset, an
     alternate signal stack (a stack overflow still gets its log) and the unwinder's library.
-    Inside the signal only write(2), backtrace and backtrace_symbols_fd run.
+    Inside the signal it allocates nothing and uses no stdio or JUCE: backtrace,
+    backtrace_symbols_fd, write(2) and read(2) on a pipe, time(), sigaction and raise.
 
     The alternate stack belongs to the thread that calls install() (the message thread); an
     overflow on another thread ends the process without a log.

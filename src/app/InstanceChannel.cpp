@@ -235,14 +235,12 @@ bool InstanceChannel::bindAndListen (const juce::String& path)
     if (fd < 0 || ! makeAddress (path, address))
         return false;
 
-    // Created with mode 0600, so no other account can connect.
-    const auto oldMask = ::umask (0177);
-    const auto bound = ::bind (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) == 0;
-    ::umask (oldMask);
-
+    // Linux gives the bound file the socket's own mode (less the umask), so no other account can
+    // connect; the process-wide umask stays untouched.
     struct stat info;
 
-    if (! bound || ::listen (fd, 64) != 0 || ::stat (path.toRawUTF8(), &info) != 0)
+    if (::fchmod (fd, 0600) != 0 || ::bind (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) != 0
+        || ::listen (fd, 64) != 0 || ::stat (path.toRawUTF8(), &info) != 0)
     {
         ::close (fd);
         return false;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <mutex>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
@@ -97,6 +98,10 @@ TEST (InstanceChannel, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
     const auto socket = temp.file ("instance.sock");
     InstanceChannel first (socket);
     ASSERT_EQ (first.claim ({ "/own.wav" }), Role::first);
+
+    struct stat info;
+    ASSERT_EQ (::stat (socket.getFullPathName().toRawUTF8(), &info), 0);
+    EXPECT_EQ (info.st_mode & 0777, 0600u) << "only this account may connect";
 
     const juce::StringArray awkward { "/music/a b.wav",
                                       "/q/\"double\" and 'single' quotes.wav",
