@@ -17,6 +17,7 @@ namespace
     constexpr char taken = 'Y';
     constexpr char refused = 'N';
     constexpr int lockTimeoutMs = 10000;
+    constexpr int connectTimeoutMs = 2000;
     constexpr int claimAttempts = 5;
 
     // Launches that arrive before the application has set its receiver; more are refused.
@@ -189,8 +190,9 @@ InstanceChannel::Role InstanceChannel::claim (const juce::StringArray& absoluteP
         if (fd < 0)
             return Role::unavailable;
 
-        // Also bounds a connect that waits for room in a busy instance's backlog.
-        setTimeout (fd, SO_SNDTIMEO, answerTimeoutMs);
+        // Bounds a connect that waits for room in a busy instance's backlog, well inside the
+        // time other launches wait for the lock.
+        setTimeout (fd, SO_SNDTIMEO, connectTimeoutMs);
 
         if (::connect (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) == 0)
         {
@@ -254,6 +256,7 @@ bool InstanceChannel::bindAndListen (const juce::String& path)
 
 std::optional<char> InstanceChannel::handOver (int connection, const std::string& message)
 {
+    setTimeout (connection, SO_SNDTIMEO, answerTimeoutMs);
     setTimeout (connection, SO_RCVTIMEO, answerTimeoutMs);
 
     // A list the instance refuses part-way is answered before it stops reading, so the answer
