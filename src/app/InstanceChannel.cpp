@@ -168,7 +168,7 @@ juce::StringArray InstanceChannel::absolutePaths (const juce::StringArray& argum
     return paths;
 }
 
-InstanceChannel::Role InstanceChannel::claim (const juce::StringArray& absolutePaths)
+InstanceChannel::Role InstanceChannel::claim (const juce::StringArray& paths)
 {
     const auto path = socketFile.getFullPathName();
     sockaddr_un address;
@@ -176,7 +176,7 @@ InstanceChannel::Role InstanceChannel::claim (const juce::StringArray& absoluteP
     if (listenFd >= 0 || ! socketFile.getParentDirectory().createDirectory() || ! makeAddress (path, address))
         return Role::unavailable;
 
-    const auto message = encode (absolutePaths);
+    const auto message = encode (paths);
 
     for (int attempt = 0; attempt < claimAttempts; ++attempt)
     {
@@ -219,7 +219,7 @@ InstanceChannel::Role InstanceChannel::claim (const juce::StringArray& absoluteP
         else if (error != ENOENT)
             return Role::unavailable;
 
-        if (! bindAndListen (path))
+        if (! bindAndListen (address))
             return Role::unavailable;
 
         startThread();
@@ -229,20 +229,19 @@ InstanceChannel::Role InstanceChannel::claim (const juce::StringArray& absoluteP
     return Role::unavailable;
 }
 
-bool InstanceChannel::bindAndListen (const juce::String& path)
+bool InstanceChannel::bindAndListen (const sockaddr_un& address)
 {
-    sockaddr_un address;
     const auto fd = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
 
-    if (fd < 0 || ! makeAddress (path, address))
+    if (fd < 0)
         return false;
 
     // Linux gives the bound file the socket's own mode (less the umask), so no other account can
     // connect; the process-wide umask stays untouched.
     struct stat info;
 
-    if (::fchmod (fd, 0600) != 0 || ::bind (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) != 0
-        || ::listen (fd, 64) != 0 || ::stat (path.toRawUTF8(), &info) != 0)
+    if (::fchmod (fd, 0600) != 0 || ::bind (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)) != 0
+        || ::listen (fd, 64) != 0 || ::stat (address.sun_path, &info) != 0)
     {
         ::close (fd);
         return false;

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <sys/un.h>
 #include <vector>
 
 namespace Marlode
@@ -45,9 +46,9 @@ public:
     explicit InstanceChannel (juce::File socketFile);
     ~InstanceChannel() override;
 
-    /** Hands `absolutePaths` to the running instance, or becomes it and starts receiving.
+    /** Hands `paths` (absolute) to the running instance, or becomes it and starts receiving.
         Runs before the framework starts; may block for the lock or the answer. */
-    Role claim (const juce::StringArray& absolutePaths);
+    Role claim (const juce::StringArray& paths);
 
     /** Lists received before and after this call reach `receiver`, one call per launch,
         on the message thread. */
@@ -79,7 +80,7 @@ private:
 
     void run() override;
     void serve (int connection);
-    bool bindAndListen (const juce::String& path);
+    bool bindAndListen (const sockaddr_un& address);
     static std::optional<char> handOver (int connection, const std::string& message); // the answer, if one came
     static void post (std::weak_ptr<Receiver> target, const juce::StringArray& paths);
 

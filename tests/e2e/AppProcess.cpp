@@ -78,6 +78,11 @@ int AppProcess::waitForExit (int timeoutMs)
     return (reaped && WIFEXITED (status)) ? WEXITSTATUS (status) : -1;
 }
 
+int AppProcess::endingSignal() const
+{
+    return reaped && WIFSIGNALED (status) ? WTERMSIG (status) : 0;
+}
+
 juce::String run (const juce::StringArray& command, int timeoutMs)
 {
     juce::ChildProcess process;

@@ -24,6 +24,9 @@ public:
 
     [[nodiscard]] bool isRunning();
 
+    /** The signal that ended the process once it has ended by one, else 0. */
+    [[nodiscard]] int endingSignal() const;
+
 private:
     pid_t processId = -1;
     int status = -1;

@@ -496,6 +496,30 @@ TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
     EXPECT_EQ (crashLog().getSize(), 0);
 }
 
+TEST_F (EndToEnd, ACrashWhilePlayingIsLoggedAndEndsTheProcessByItsSignal)
+{
+    crashLog().getParentDirectory().createDirectory();
+    crashLog().replaceWithText ("an earlier crash\r\n");
+
+    AppProcess app ({ track.getFullPathName() }, home);
+    ASSERT_TRUE (windowOf (app, 20000).isNotEmpty());
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    juce::Thread::sleep (500);
+    ASSERT_GT (peakOver (300), 0.1f);
+
+    ::kill (app.pid(), SIGSEGV);
+    EXPECT_EQ (app.waitForExit (2000), -1);
+    EXPECT_FALSE (app.isRunning()) << "not ended within 2 s";
+    EXPECT_EQ (app.endingSignal(), SIGSEGV);
+
+    const auto log = crashLog().loadFileAsString();
+    EXPECT_TRUE (log.startsWith ("an earlier crash\r\n\r\n" + juce::String::repeatedString ("*", 58)
+                                 + "\r\nCrash stack back trace:\r\nLog started: "))
+        << log.substring (0, 200);
+    EXPECT_TRUE (log.contains ("\r\n\r\n/")) << "the frames follow the header";
+    EXPECT_TRUE (log.endsWith ("\r\n\r\n"));
+}
+
 int main (int argc, char** argv)
 {
     ::testing::InitGoogleTest (&argc, argv);
