@@ -3,7 +3,10 @@
 #include "app/CrashHandler.h"
 #include "app/InstanceChannel.h"
 #include "engine/MainAudioAppComponent.h"
+#include "playlist/PlaylistComponent.h"
 #include "ui/DesktopWindowComponent.h"
+
+#include <iostream>
 
 using namespace Marlode;
 
@@ -36,26 +39,36 @@ void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
     mainDocumentWindow = mainWindow.get();
 
     if (auto& channel = InstanceChannel::forThisProcess())
-        channel->startListening ([this] (const juce::String& line) { anotherInstanceStarted (line); });
+        channel->setReceiver ([this] (const juce::StringArray& paths) { openHandedOverPaths (paths); });
 
-    if (commandLine.isNotEmpty())
-        content->openCommandLine (commandLine);
+    openPaths (InstanceChannel::absolutePaths (getCommandLineParameterArray(), juce::File::getCurrentWorkingDirectory()));
 }
 
 void AudioPlayerAppApplication::shutdown()
 {
+    // No launch is handed to a window that is going.
+    if (auto& channel = InstanceChannel::forThisProcess())
+        channel->shutdown();
+
     mainDocumentWindow = nullptr;
     mainWindow = nullptr;
 }
 
-void AudioPlayerAppApplication::anotherInstanceStarted (const juce::String& commandLine)
+void AudioPlayerAppApplication::openHandedOverPaths (const juce::StringArray& paths)
 {
-    reopenArguments.add (commandLine + " : #" + juce::String (launchCount));
+    reopenArguments.add (paths.joinIntoString (" ") + " : #" + juce::String (launchCount));
     ++launchCount;
 
-    if (commandLine.isNotEmpty() && mainWindow != nullptr)
-        if (auto* content = mainWindow->getContent())
-            content->openCommandLine (commandLine);
+    openPaths (paths);
+}
+
+void AudioPlayerAppApplication::openPaths (const juce::StringArray& paths)
+{
+    if (paths.isEmpty() || mainWindow == nullptr)
+        return;
+
+    if (auto* content = mainWindow->getContent())
+        content->openFiles (PlaylistComponent::filesFromPaths (paths));
 }
 
 void AudioPlayerAppApplication::systemRequestedQuit()
@@ -133,12 +146,27 @@ int runMarlode (int argc, const char* argv[])
 {
     juce::JUCEApplicationBase::createInstance = &createMarlodeApplication;
 
+    // The same arguments the framework gives getCommandLineParameterArray().
+    juce::StringArray arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.add (juce::CharPointer_UTF8 (argv[i]));
+
     auto& channel = InstanceChannel::forThisProcess();
     channel = std::make_unique<InstanceChannel> (defaultAppDataDirectory().getChildFile ("instance.sock"));
-    const auto commandLine = InstanceChannel::makeCommandLine (argc, argv, juce::File::getCurrentWorkingDirectory());
 
-    if (channel->claim (commandLine) == InstanceChannel::Role::handedOver)
-        return 0;
+    switch (channel->claim (InstanceChannel::absolutePaths (arguments, juce::File::getCurrentWorkingDirectory())))
+    {
+        case InstanceChannel::Role::handedOver:
+            return 0;
+
+        case InstanceChannel::Role::refused:
+            std::cerr << "Marlode: the running instance refused the files of this launch" << std::endl;
+            return 1;
+
+        case InstanceChannel::Role::first:
+        case InstanceChannel::Role::unavailable:
+            break;
+    }
 
     const auto result = juce::JUCEApplicationBase::main (argc, argv);
     channel.reset();

@@ -21,12 +21,16 @@ public:
 
     const juce::String getApplicationName() override { return "Marlode"; }
     const juce::String getApplicationVersion() override { return "1.2.0"; }
-    bool moreThanOneInstanceAllowed() override { return false; }
+    // The framework's own lock is one file for the whole machine; the instance channel keeps
+    // one instance per user instead.
+    bool moreThanOneInstanceAllowed() override { return true; }
 
     void initialise (const juce::String& commandLine) override;
     void shutdown() override;
-    void anotherInstanceStarted (const juce::String& commandLine) override;
     void systemRequestedQuit() override;
+
+    /** A later launch's paths, from the instance channel: recorded, then opened on the current deck. */
+    void openHandedOverPaths (const juce::StringArray& paths);
 
     //==============================================================================
     class MainWindow : public juce::DocumentWindow
@@ -52,6 +56,8 @@ public:
     };
 
 private:
+    void openPaths (const juce::StringArray& paths);
+
     std::unique_ptr<MainWindow> mainWindow;
     int launchCount = 0;
 };

@@ -169,26 +169,6 @@ void MainComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info)
 }
 
 //==============================================================================
-void MainComponent::openCommandLine (const juce::String& commandLine)
-{
-    const auto cwd = juce::File::getCurrentWorkingDirectory();
-    juce::Array<juce::File> files;
-
-    for (auto token : juce::StringArray::fromTokens (commandLine, true))
-    {
-        token = token.unquoted();
-
-        // Options such as the framework's own are not files.
-        if (token.isEmpty() || token.startsWith ("-"))
-            continue;
-
-        files.add (cwd.getChildFile (token));
-    }
-
-    if (! files.isEmpty())
-        openFiles (files);
-}
-
 void MainComponent::openFiles (const juce::Array<juce::File>& files)
 {
     validateAndAdd (files);

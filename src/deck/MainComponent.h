@@ -63,9 +63,6 @@ public:
         files whose extension no format knows are reported, the rest go to the playlist. */
     void openFiles (const juce::Array<juce::File>& files);
 
-    /** Splits a command line into paths (quotes group words) relative to the working folder. */
-    void openCommandLine (const juce::String& commandLine);
-
     void openTrack (bool fromCommand);
     void openFolder();
     void openPlaylist();

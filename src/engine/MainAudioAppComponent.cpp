@@ -427,10 +427,10 @@ void MainAudioAppComponent::showDeck (MainComponent& deck)
         d->setVisible (d == &deck);
 }
 
-void MainAudioAppComponent::openCommandLine (const juce::String& commandLine)
+void MainAudioAppComponent::openFiles (const juce::Array<juce::File>& files)
 {
     if (auto* deck = getCurrentDeck())
-        deck->openCommandLine (commandLine);
+        deck->openFiles (files);
 }
 
 void MainAudioAppComponent::requestQuit()

@@ -61,8 +61,8 @@ public:
     /** The current deck's selected tracks to deck 1 to 4, or to a new deck (0). */
     void sendTracksToDeck (int deckNumber, bool removeFromSource) override;
 
-    /** Opens a command line's files on the current deck. */
-    void openCommandLine (const juce::String& commandLine);
+    /** Opens files from the command line or a later launch on the current deck. */
+    void openFiles (const juce::Array<juce::File>& files);
 
     /** Quit as the user asked for it: a playing deck stops first and the loop ends from its stop. */
     void requestQuit();

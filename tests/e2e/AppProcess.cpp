@@ -11,6 +11,11 @@ namespace MarlodeTest
 {
 
 AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home)
+    : AppProcess (MARLODE_BINARY, arguments, home)
+{
+}
+
+AppProcess::AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home)
 {
     home.createDirectory();
 
@@ -20,7 +25,7 @@ AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& ho
             env.emplace_back (*e);
     env.push_back ("HOME=" + home.getFullPathName().toStdString());
 
-    std::vector<std::string> args { MARLODE_BINARY };
+    std::vector<std::string> args { program.toStdString() };
     for (const auto& a : arguments)
         args.push_back (a.toStdString());
 
@@ -32,7 +37,7 @@ AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& ho
         envp.push_back (e.data());
     envp.push_back (nullptr);
 
-    if (posix_spawn (&processId, MARLODE_BINARY, nullptr, nullptr, argv.data(), envp.data()) != 0)
+    if (posix_spawn (&processId, args[0].c_str(), nullptr, nullptr, argv.data(), envp.data()) != 0)
         processId = -1;
 }
 
@@ -71,6 +76,11 @@ int AppProcess::waitForExit (int timeoutMs)
     }
 
     return (reaped && WIFEXITED (status)) ? WEXITSTATUS (status) : -1;
+}
+
+int AppProcess::endingSignal() const
+{
+    return reaped && WIFSIGNALED (status) ? WTERMSIG (status) : 0;
 }
 
 juce::String run (const juce::StringArray& command, int timeoutMs)

@@ -12,6 +12,9 @@ class AppProcess
 {
 public:
     AppProcess (const juce::StringArray& arguments, const juce::File& home);
+
+    /** Runs `program` instead, for a launch wrapped in another command that ends by exec'ing Marlode. */
+    AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home);
     ~AppProcess();
 
     [[nodiscard]] pid_t pid() const noexcept { return processId; }
@@ -20,6 +23,9 @@ public:
     int waitForExit (int timeoutMs);
 
     [[nodiscard]] bool isRunning();
+
+    /** The signal that ended the process once it has ended by one, else 0. */
+    [[nodiscard]] int endingSignal() const;
 
 private:
     pid_t processId = -1;

@@ -330,6 +330,196 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
     EXPECT_EQ (app.waitForExit (10000), 0);
 }
 
+//==============================================================================
+namespace
+{
+    // The visible main window of one process, waiting up to timeoutMs; empty when none came.
+    juce::String windowOf (const AppProcess& app, int timeoutMs)
+    {
+        const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
+
+        while (juce::Time::getMillisecondCounter() < end)
+        {
+            const auto found = run ({ "xdotool", "search", "--all", "--onlyvisible", "--pid", juce::String (app.pid()), "--name", "^Marlode$" });
+            if (found.isNotEmpty())
+                return found.upToFirstOccurrenceOf ("\n", false, false).trim();
+            juce::Thread::sleep (100);
+        }
+
+        return {};
+    }
+
+    int visibleMainWindows()
+    {
+        auto lines = juce::StringArray::fromLines (run ({ "xdotool", "search", "--onlyvisible", "--name", "^Marlode$" }));
+        lines.removeEmptyStrings();
+        return lines.size();
+    }
+}
+
+TEST_F (EndToEnd, EachAccountHasItsOwnInstanceAndLaterLaunchesReachOnlyTheirOwn)
+{
+    // Two HOMEs stand for two accounts logged into one machine.
+    const auto otherHome = temp.file ("other-home");
+    AppProcess mine ({}, home);
+    const auto myWindow = windowOf (mine, 20000);
+    ASSERT_TRUE (myWindow.isNotEmpty());
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+
+    AppProcess theirs ({}, otherHome);
+    const auto theirWindow = windowOf (theirs, 20000);
+    ASSERT_TRUE (theirWindow.isNotEmpty()) << "the other account's launch opened no window of its own";
+    EXPECT_TRUE (mine.isRunning());
+
+    // A later launch in the other account hands its file to that account's instance: this one stays silent.
+    AppProcess again ({ track.getFullPathName() }, otherHome);
+    EXPECT_EQ (again.waitForExit (10000), 0);
+    juce::Thread::sleep (500);
+    EXPECT_LT (peakOver (500), 1.0e-6f) << "the file went to the wrong account's instance";
+    EXPECT_EQ (visibleMainWindows(), 2);
+
+    press (theirWindow, "ctrl+q");
+    EXPECT_EQ (theirs.waitForExit (10000), 0);
+    EXPECT_TRUE (mine.isRunning());
+    EXPECT_EQ (otherHome.getChildFile (".config/Marlode/CrashLog.log").getSize(), 0);
+
+    press (myWindow, "ctrl+q");
+    EXPECT_EQ (mine.waitForExit (10000), 0);
+}
+
+TEST_F (EndToEnd, ALockOnTheFrameworksMachineWideFileDoesNotStopALaunch)
+{
+    // In a private mount namespace /var/tmp is a fresh tmpfs, so the lock taken here reaches
+    // no other process on the machine. A separate process holds both kinds of lock on the file
+    // the framework uses, then the launch becomes Marlode by exec.
+    const juce::String script = "mount -t tmpfs marlode-test /var/tmp || exit 97\n"
+                                "exec python3 -c '\n"
+                                "import fcntl, os, sys, time\n"
+                                "fd = os.open(\"/var/tmp/juceAppLock_Marlode\", os.O_RDWR | os.O_CREAT, 0o644)\n"
+                                "ready, told = os.pipe()\n"
+                                "launcher = os.getpid()\n"
+                                "if os.fork() == 0:\n"
+                                "    fcntl.lockf(fd, fcntl.LOCK_EX | fcntl.LOCK_NB)\n"
+                                "    fcntl.flock(fd, fcntl.LOCK_EX | fcntl.LOCK_NB)\n"
+                                "    os.write(told, b\"x\")\n"
+                                "    while os.getppid() == launcher:\n"
+                                "        time.sleep(0.1)\n"
+                                "    os._exit(0)\n"
+                                "if os.read(ready, 1) != b\"x\":\n"
+                                "    sys.exit(98)\n"
+                                "os.execv(sys.argv[1], sys.argv[1:])\n"
+                                "' \"$@\"\n";
+
+    if (! juce::File ("/usr/bin/unshare").existsAsFile())
+        GTEST_SKIP() << "needs unshare(1)";
+
+    AppProcess app ("/usr/bin/unshare", { "--mount", "--propagation", "private", "sh", "-c", script, "sh", MARLODE_BINARY, track.getFullPathName() }, home);
+    const auto window = windowOf (app, 20000);
+
+    if (window.isEmpty() && app.waitForExit (0) == 97)
+        GTEST_SKIP() << "no private mount namespace here (needs CAP_SYS_ADMIN)";
+
+    ASSERT_TRUE (window.isNotEmpty()) << "the launch gave up while another process held the framework's lock";
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    juce::Thread::sleep (500);
+    EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99);
+
+    press (window, "ctrl+q");
+    EXPECT_EQ (app.waitForExit (10000), 0);
+}
+
+TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
+{
+    // Names a shell or a re-split command line would mangle; the amplitude tells each file apart.
+    const juce::StringArray names { "-leading dash.wav", "\"double\" 'single'.wav", "tab\there.wav", "new\nline.wav",
+                                    "  spaces  .wav", juce::String (juce::CharPointer_UTF8 ("\xc3\xbcn\xc3\xaf" "c\xc3\xb8" "d\xc3\xa9 \xe2\x99\xab.wav")),
+                                    "$(echo x) `y` ;|&.wav", "plain.wav" };
+    std::vector<float> amplitudes;
+    std::vector<std::unique_ptr<AppProcess>> launches;
+    juce::Array<juce::File> files;
+
+    for (int i = 0; i < names.size(); ++i)
+    {
+        amplitudes.push_back (0.1f + 0.05f * (float) i);
+        files.add (tone (names[i], amplitudes.back()));
+    }
+
+    for (const auto& file : files)
+        launches.push_back (std::make_unique<AppProcess> (juce::StringArray { file.getFullPathName() }, home));
+
+    // Seven hand over and leave; one stays.
+    AppProcess* survivor = nullptr;
+    int handedOver = 0;
+    const auto deadline = juce::Time::getMillisecondCounter() + 30000;
+
+    while (handedOver < 7 && juce::Time::getMillisecondCounter() < deadline)
+    {
+        handedOver = 0;
+        for (auto& launch : launches)
+            if (! launch->isRunning())
+                handedOver += launch->waitForExit (0) == 0 ? 1 : 0;
+        juce::Thread::sleep (50);
+    }
+
+    ASSERT_EQ (handedOver, 7);
+    for (auto& launch : launches)
+        if (launch->isRunning())
+            survivor = launch.get();
+    ASSERT_NE (survivor, nullptr);
+
+    const auto window = windowOf (*survivor, 20000);
+    ASSERT_TRUE (window.isNotEmpty());
+    juce::Thread::sleep (1000);
+    EXPECT_EQ (visibleMainWindows(), 1);
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+
+    // Each handed-over file loads as it arrives. Back to the first row (within two seconds of a
+    // load z goes up a row), then x walks down; every file sounds once.
+    for (int i = 0; i < 8; ++i)
+        press (window, "z");
+
+    std::vector<float> heard;
+    for (int row = 0; row < 8; ++row)
+    {
+        if (row > 0)
+            press (window, "x");
+        juce::Thread::sleep (300);
+        heard.push_back (peakOver (400));
+    }
+
+    std::sort (heard.begin(), heard.end());
+    for (size_t i = 0; i < amplitudes.size(); ++i)
+        EXPECT_NEAR (heard[i], amplitudes[i], 0.01f) << "row " << i;
+
+    press (window, "ctrl+q");
+    EXPECT_EQ (survivor->waitForExit (10000), 0);
+    EXPECT_EQ (crashLog().getSize(), 0);
+}
+
+TEST_F (EndToEnd, ACrashWhilePlayingIsLoggedAndEndsTheProcessByItsSignal)
+{
+    crashLog().getParentDirectory().createDirectory();
+    crashLog().replaceWithText ("an earlier crash\r\n");
+
+    AppProcess app ({ track.getFullPathName() }, home);
+    ASSERT_TRUE (windowOf (app, 20000).isNotEmpty());
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    juce::Thread::sleep (500);
+    ASSERT_GT (peakOver (300), 0.1f);
+
+    ::kill (app.pid(), SIGSEGV);
+    EXPECT_EQ (app.waitForExit (2000), -1);
+    EXPECT_FALSE (app.isRunning()) << "not ended within 2 s";
+    EXPECT_EQ (app.endingSignal(), SIGSEGV);
+
+    const auto log = crashLog().loadFileAsString();
+    EXPECT_TRUE (log.startsWith ("an earlier crash\r\n\r\n" + juce::String::repeatedString ("*", 58)
+                                 + "\r\nCrash stack back trace:\r\nLog started: "))
+        << log.substring (0, 200);
+    EXPECT_TRUE (log.contains ("\r\n\r\n/")) << "the frames follow the header";
+    EXPECT_TRUE (log.endsWith ("\r\n\r\n"));
+}
+
 int main (int argc, char** argv)
 {
     ::testing::InitGoogleTest (&argc, argv);
