@@ -116,14 +116,15 @@ void MainComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info)
     {
         const bool stretching = deckFX.timeStretchOn.load (std::memory_order_relaxed);
         const auto loopStart = waveform.loopStart.load (std::memory_order_relaxed);
+        const bool looping = waveform.loopEnabled.load (std::memory_order_relaxed);
 
-        // Both stay decoded ahead, so a wrap or a return to them never waits for the disk.
-        transportSource.setCuePoints (loopStart, waveform.replayTime.load (std::memory_order_relaxed));
+        // Both stay decoded ahead, so a wrap or a return to them never waits for the disk. A loop
+        // that reaches the track's end comes back at the replay marker, inside the transport's
+        // block so that no silence comes between.
+        transportSource.setCuePoints (loopStart, waveform.replayTime.load (std::memory_order_relaxed), looping);
 
         // The loop wraps at block resolution: up to one block past the loop's end can sound.
-        // A transport that has just run off the track's end is left alone: the deck's end-of-track
-        // handling restarts it at the replay marker, and a wrap here would hide that the file ended.
-        if (waveform.loopEnabled.load (std::memory_order_relaxed) && transportSource.getSampleRate() > 0.0
+        if (looping && transportSource.getSampleRate() > 0.0
             && transportSource.isPlaying()
             && trackDeck.transportPosition() >= waveform.loopEnd.load (std::memory_order_relaxed))
             transportSource.setNextReadPosition ((juce::int64) (loopStart * transportSource.getSampleRate()));

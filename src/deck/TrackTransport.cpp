@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
+#include <limits>
 #include <thread>
 
 namespace Marlode
@@ -145,10 +147,11 @@ public:
         }
     }
 
-    void setWantedCues (juce::int64 loopStart, juce::int64 replay) noexcept
+    void setWantedCues (juce::int64 loopStart, juce::int64 replay, bool wrapAtTheEnd) noexcept
     {
         wantedCue[0].store (loopStart, std::memory_order_relaxed);
         wantedCue[1].store (replay, std::memory_order_relaxed);
+        wrapToReplayAtTheEnd.store (wrapAtTheEnd, std::memory_order_relaxed);
     }
 
     /** The request `generation` has been answered: its audio (or a newer one's) is ready. */
@@ -197,21 +200,40 @@ public:
     /** Audio thread. Fills the block; silence only where no audio exists yet at all. */
     void render (const juce::AudioSourceChannelInfo& info) noexcept
     {
+        wrappedThisBlock = false;
         takeNewRequest();
         adoptPublishedSegment();
 
         auto& out = *info.buffer;
         auto* const* outData = out.getArrayOfWritePointers();
         const auto outChannels = juce::jmin (out.getNumChannels(), ringChannels);
+        const auto wrapTarget = wrapAtTheEndTarget();
         int done = 0;
 
         while (done < info.numSamples)
         {
             const auto destStart = info.startSample + done;
+            auto room = info.numSamples - done;
+
+            // A loop that ends with the track goes on at the replay point within this very block.
+            if (wrapTarget >= 0 && (cueSlot >= 0 || hasSegment))
+            {
+                const auto left = framesBeforeTheEnd();
+
+                if (left == 0)
+                {
+                    if (! requestWrapTo (wrapTarget))
+                        break;
+
+                    continue;
+                }
+
+                room = juce::jmin (room, left);
+            }
 
             if (cueSlot >= 0)
             {
-                const auto take = juce::jmin (info.numSamples - done, cueFrames - cueOffset);
+                const auto take = juce::jmin (room, cueFrames - cueOffset);
                 copyOut (outData, outChannels, destStart, cues[(size_t) cueSlot].data, cueOffset, take);
                 cueOffset += take;
                 done += take;
@@ -236,7 +258,7 @@ public:
             if (limit > audioSegmentStart)
                 end = juce::jmin (end, limit);
 
-            const auto take = (int) juce::jmin ((std::uint64_t) (info.numSamples - done), end > read ? end - read : 0);
+            const auto take = (int) juce::jmin ((std::uint64_t) room, end > read ? end - read : 0);
 
             if (take == 0)
                 break;
@@ -350,6 +372,37 @@ private:
         floorGen = continuation;
         handledGen = continuation;
         playedGen = continuation;
+    }
+
+    // The replay point in source samples when the track's end must wrap to it, else -1.
+    [[nodiscard]] juce::int64 wrapAtTheEndTarget() const noexcept
+    {
+        const auto target = wantedCue[1].load (std::memory_order_relaxed);
+        const bool wrap = wrapToReplayAtTheEnd.load (std::memory_order_relaxed) && ! source.isLooping();
+        return wrap && target >= 0 && target < source.getTotalLength() ? target : -1;
+    }
+
+    // Device frames left before the source's end from what the audio thread plays now.
+    [[nodiscard]] int framesBeforeTheEnd() const noexcept
+    {
+        const auto now = cueSlot >= 0 ? (double) cueSourcePos + cueOffset * ratio
+                                      : (double) audioSegmentSourcePos + (double) framesIntoSegment * ratio;
+        const auto left = ((double) source.getTotalLength() - now) * inverseRatio;
+        return left <= 1.0e-6 ? 0 : (int) juce::jmin (std::ceil (left), (double) std::numeric_limits<int>::max());
+    }
+
+    // Once per end: a second end within the same block (a replay point right before the end)
+    // leaves the rest of the block to the end's silence rather than spinning.
+    bool requestWrapTo (juce::int64 target) noexcept
+    {
+        if (wrappedThisBlock)
+            return false;
+
+        wrappedThisBlock = true;
+        requestSeek (target);
+        takeNewRequest();
+        adoptPublishedSegment();
+        return cueSlot >= 0;
     }
 
     int takeCue (juce::int64 position) noexcept
@@ -590,6 +643,8 @@ private:
     std::atomic<std::uint64_t> request { 0 };
     // The audio thread writes them (every block); any thread reads: cue points in source samples.
     std::array<std::atomic<juce::int64>, 2> wantedCue { { { -1 }, { -1 } } };
+    // Written with the cues: the track's end goes on at the replay point (a loop that ends there).
+    std::atomic<bool> wrapToReplayAtTheEnd { false };
 
     // The latest segment: the read-ahead publishes or withdraws, the audio thread adopts.
     std::atomic<std::uint64_t> segmentState { 0 };
@@ -603,7 +658,7 @@ private:
     std::uint64_t fillSegmentStart = 0; // read-ahead thread only
 
     // Audio thread only.
-    bool hasSegment = false;
+    bool hasSegment = false, wrappedThisBlock = false;
     std::uint32_t audioGen = 0, handledGen = 0, playedGen = 0, continuationGen = 0, floorGen = 0;
     std::uint64_t audioSegmentStart = 0;
     juce::int64 audioSegmentSourcePos = 0;
@@ -663,7 +718,7 @@ void TrackTransport::replaceStream (std::unique_ptr<Stream> next)
 
     if (fresh != nullptr)
     {
-        setCuePoints (cueLoopStartSeconds.load(), cueReplaySeconds.load());
+        setCuePoints (cueLoopStartSeconds.load(), cueReplaySeconds.load(), cueWrapAtTheEnd.load());
         waitUntilServed (*fresh, 1);
     }
 
@@ -790,15 +845,16 @@ juce::int64 TrackTransport::toSourcePosition (const Stream& s, double seconds) c
     return seconds < 0.0 ? -1 : (juce::int64) ((double) (juce::int64) (seconds * getSampleRate()) * s.getRatio());
 }
 
-void TrackTransport::setCuePoints (double loopStartSeconds, double replaySeconds) noexcept
+void TrackTransport::setCuePoints (double loopStartSeconds, double replaySeconds, bool wrapAtTheEnd) noexcept
 {
     cueLoopStartSeconds.store (loopStartSeconds, std::memory_order_relaxed);
     cueReplaySeconds.store (replaySeconds, std::memory_order_relaxed);
+    cueWrapAtTheEnd.store (wrapAtTheEnd, std::memory_order_relaxed);
 
     const BlockScope use (*this);
 
     if (auto* s = stream.load(); s != nullptr && getSampleRate() > 0.0)
-        s->setWantedCues (toSourcePosition (*s, loopStartSeconds), toSourcePosition (*s, replaySeconds));
+        s->setWantedCues (toSourcePosition (*s, loopStartSeconds), toSourcePosition (*s, replaySeconds), wrapAtTheEnd);
 }
 
 bool TrackTransport::isCueReady (double seconds) const noexcept

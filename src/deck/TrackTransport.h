@@ -73,8 +73,10 @@ public:
     void setPosition (double seconds);
 
     /** Any thread: the places kept decoded ahead, in seconds on the file's time line; a negative
-        time is none. Cheap enough to call every block. */
-    void setCuePoints (double loopStartSeconds, double replaySeconds) noexcept;
+        time is none. With wrapAtTheEnd the track's end goes on at the replay point in the same
+        block instead of ending the stream (a loop that ends with the track). Cheap enough to
+        call every block. */
+    void setCuePoints (double loopStartSeconds, double replaySeconds, bool wrapAtTheEnd = false) noexcept;
 
     [[nodiscard]] juce::int64 getNextReadPosition() const noexcept;
     [[nodiscard]] juce::int64 getTotalLength() const noexcept;
@@ -156,6 +158,7 @@ private:
 
     // Written by whichever thread sets them, read by the next stream made: cue points in seconds.
     std::atomic<double> cueLoopStartSeconds { -1.0 }, cueReplaySeconds { -1.0 };
+    std::atomic<bool> cueWrapAtTheEnd { false };
 
     // Written in prepareToPlay (message or device thread); everyone reads.
     std::atomic<double> deviceRate { 0.0 };

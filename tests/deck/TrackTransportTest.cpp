@@ -189,6 +189,45 @@ TEST_F (TransportFixture, AWrapToACuePointSoundsInTheSameBlockAndPlaysOnSeamless
     ASSERT_TRUE (blockIsSignalAt (pull(), signal, 3 * 44100));
 }
 
+TEST_F (TransportFixture, ALoopEndingWithTheTrackGoesOnAtTheReplayPointWithinTheSameBlock)
+{
+    const int total = 44100 * 2 + 300; // the end falls inside a block
+    auto& src = play (rampSignal (total));
+    transport.prepareToPlay (block, 44100.0);
+    transport.setSource (&src, 32768, &thread, 44100.0);
+    const double replay = 0.5;
+    const auto replaySample = (juce::int64) (replay * 44100.0);
+    transport.setCuePoints (-1.0, replay, true);
+    ASSERT_TRUE (pumpUntil ([&] { return transport.isCueReady (replay); }, 2000));
+
+    transport.setPosition ((double) (total - 5 * block - 100) / 44100.0);
+    auto position = transport.getNextReadPosition();
+    transport.start();
+
+    // What must be heard: the track's last samples, then the replay point's, with nothing between.
+    for (int b = 0; b < 60; ++b)
+    {
+        pull();
+        for (int i = 0; i < block; ++i, ++position)
+        {
+            if (position == total)
+                position = replaySample;
+            ASSERT_EQ (out.getSample (0, i), signal.getSample (0, (int) position)) << "block " << b << " sample " << i;
+        }
+        juce::Thread::sleep (1);
+    }
+
+    EXPECT_TRUE (transport.isPlaying());
+    EXPECT_FALSE (transport.hasStreamFinished());
+
+    // Without the wrap the end still ends the stream.
+    transport.setCuePoints (-1.0, replay, false);
+    transport.setPosition ((double) (total - block) / 44100.0);
+    for (int b = 0; b < 4; ++b)
+        pull();
+    EXPECT_FALSE (transport.isPlaying());
+}
+
 TEST_F (TransportFixture, AWrapWithNoCueKeepsPlayingUntilTheNewPlaceIsThere)
 {
     // No cue points: the audio already buffered must go on rather than a hole.

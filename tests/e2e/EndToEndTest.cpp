@@ -293,6 +293,55 @@ TEST_F (EndToEnd, KeysPlayPauseStopWalkThePlaylistAddADeckAndQuit)
     EXPECT_EQ (crashLog().getSize(), 0);
 }
 
+TEST_F (EndToEnd, LoopsSetByKeysAndSkipsNeverPutSilenceInTheOutput)
+{
+    const auto rate = recorder.getSampleRate();
+    const auto file = writeWav (temp.file ("noise.wav"), rate, 2, (int) rate * 12, noise);
+    const auto fileAudio = readAll (file);
+
+    AppProcess app ({ file.getFullPathName() }, home);
+    const auto window = findMainWindow (20000);
+    ASSERT_TRUE (window.isNotEmpty());
+    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    juce::Thread::sleep (500);
+    press (window, "Tab");
+
+    // A loop of about 0.8 s set with "," and "." while playing, heard wrapping for four seconds,
+    // then the loop off and skips forward and back.
+    recorder.restart();
+    press (window, "comma");
+    juce::Thread::sleep (650);
+    press (window, "period");
+    const auto loopSetAt = recorder.take()[0].size();
+    juce::Thread::sleep (4000);
+    press (window, "l");
+    for (const auto* key : { "Right", "Right", "Left", "Right", "Left" })
+    {
+        press (window, key);
+        juce::Thread::sleep (150);
+    }
+    juce::Thread::sleep (300);
+    const auto heard = recorder.take()[0];
+
+    ASSERT_GT (peak (heard), 0.4f);
+    EXPECT_LT (longestZeroRun (heard), 32) << "a hole in what JACK received";
+
+    // It really looped: a second and three seconds after the loop began, both stretches come
+    // from inside the same 0.8 s of the file.
+    const auto stretchAt = [&] (double seconds)
+    {
+        const auto from = heard.begin() + (long) loopSetAt + (long) (seconds * rate);
+        return align (std::vector<float> (from, from + 4096), fileAudio);
+    };
+    const auto early = stretchAt (1.0), late = stretchAt (3.0);
+    EXPECT_GT (early.correlation, 0.99);
+    EXPECT_GT (late.correlation, 0.99);
+    EXPECT_LT (std::abs (late.fileOffset - early.fileOffset), (int) rate);
+
+    press (window, "ctrl+q");
+    EXPECT_EQ (app.waitForExit (10000), 0);
+}
+
 TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
 {
     const auto b = tone ("b.wav", 0.25f);

@@ -33,14 +33,6 @@ namespace
         std::atomic<int> callbacks { 0 };
         std::atomic<float> loudest { 0.0f };
     };
-
-    // Noise that never holds an exact zero, so silence can only mean nothing was played.
-    float noise (int channel, int index)
-    {
-        const auto h = (std::uint32_t) (index * 2654435761u) ^ (std::uint32_t) (channel * 40503u);
-        const auto v = (float) (h % 20001u) / 20000.0f - 0.5f;
-        return v >= 0.0f ? v + 0.01f : v - 0.01f;
-    }
 }
 
 // Thousands of random user actions on the message thread while the real JACK callback runs:

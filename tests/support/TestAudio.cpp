@@ -49,6 +49,24 @@ float sweep (int channel, int index, double sampleRate)
     return (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * (base * t + 20.0 * t * t)));
 }
 
+float noise (int channel, int index)
+{
+    const auto h = (std::uint32_t) index * 2654435761u ^ (std::uint32_t) channel * 40503u;
+    const auto v = (float) (h % 20001u) / 20000.0f - 0.5f;
+    return v >= 0.0f ? v + 0.01f : v - 0.01f;
+}
+
+int longestZeroRun (const std::vector<float>& samples)
+{
+    int run = 0, longest = 0;
+    for (auto s : samples)
+    {
+        run = s == 0.0f ? run + 1 : 0;
+        longest = std::max (longest, run);
+    }
+    return longest;
+}
+
 juce::AudioBuffer<float> readAll (const juce::File& file, double* sampleRate)
 {
     juce::AudioFormatManager formats;

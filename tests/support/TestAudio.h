@@ -4,6 +4,7 @@
 #include <juce_events/juce_events.h>
 
 #include <functional>
+#include <vector>
 
 namespace MarlodeTest
 {
@@ -24,6 +25,13 @@ juce::File writeWav (const juce::File& file, double sampleRate, int channels, in
 /** A sine with a slowly changing frequency, different per channel: no two places look alike,
     so alignment by correlation has one clear answer. */
 float sweep (int channel, int index, double sampleRate);
+
+/** White noise between -0.51 and 0.51 that never holds an exact zero, so a zero in what was
+    played can only be a hole. */
+float noise (int channel, int index);
+
+/** The longest run of exact zeros. */
+int longestZeroRun (const std::vector<float>& samples);
 
 /** Reads a whole audio file. */
 juce::AudioBuffer<float> readAll (const juce::File& file, double* sampleRate = nullptr);
