@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <map>
 
 namespace
@@ -49,33 +50,90 @@ namespace
         }
     }
 
-    void DeckAndMasterPath (benchmark::State& state)
+    // The application's content with one deck playing the bench track, without a device.
+    struct PlayingDeck
     {
-        Marlode::MainAudioAppComponent app (false);
-        app.prepareToPlay (blockSize, rate);
-        auto* deck = app.getCurrentDeck();
-        deck->trackDeck.audioDeviceAvailable = true;
-        deck->waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-        deck->openFiles ({ makeTrack() });
-        juce::MessageManager::getInstance()->runDispatchLoopUntil (200);
-        deck->trackDeck.playButtonClicked();
-        juce::MessageManager::getInstance()->runDispatchLoopUntil (100);
-
-        if (deck->trackDeck.getState() != Marlode::TransportState::Playing)
+        PlayingDeck()
         {
-            state.SkipWithError ("the deck didn't start playing");
-            return;
+            app.prepareToPlay (blockSize, rate);
+            deck = app.getCurrentDeck();
+            deck->trackDeck.audioDeviceAvailable = true;
+            deck->waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
+            deck->openFiles ({ makeTrack() });
+            juce::MessageManager::getInstance()->runDispatchLoopUntil (200);
+            deck->trackDeck.playButtonClicked();
+            juce::MessageManager::getInstance()->runDispatchLoopUntil (100);
         }
 
-        auto& transport = deck->trackDeck.transportSource;
-        juce::AudioBuffer<float> buffer (2, blockSize);
-        const juce::AudioSourceChannelInfo info (&buffer, 0, blockSize);
+        bool isPlaying() const { return deck->trackDeck.getState() == Marlode::TransportState::Playing; }
+        Marlode::TrackTransport& transport() { return deck->trackDeck.transportSource; }
+        void block() { app.getNextAudioBlock (info); }
+
+        Marlode::MainAudioAppComponent app { false };
+        Marlode::MainComponent* deck = nullptr;
+        juce::AudioBuffer<float> buffer { 2, blockSize };
+        const juce::AudioSourceChannelInfo info { &buffer, 0, blockSize };
+    };
+
+    void DeckAndMasterPath (benchmark::State& state)
+    {
+        PlayingDeck playing;
+        if (! playing.isPlaying())
+            return state.SkipWithError ("the deck didn't start playing");
 
         for (auto _ : state)
         {
-            waitIfDrained (state, [&] { return transport.getNumBufferedSamples(); });
-            app.getNextAudioBlock (info);
-            benchmark::DoNotOptimize (buffer.getReadPointer (0));
+            waitIfDrained (state, [&] { return playing.transport().getNumBufferedSamples(); });
+            playing.block();
+            benchmark::DoNotOptimize (playing.buffer.getReadPointer (0));
+        }
+
+        addRealTimeFactor (state);
+    }
+
+    // A loop wrap as the deck's block makes it: the request and the block that plays the loop
+    // start's decoded audio, every iteration.
+    void BlockAfterAWrap (benchmark::State& state)
+    {
+        PlayingDeck playing;
+        auto& transport = playing.transport();
+        playing.deck->waveform.loopStart = 5.0;
+        playing.block();
+        while (! transport.isCueReady (5.0))
+            juce::Thread::sleep (1);
+
+        if (! playing.isPlaying())
+            return state.SkipWithError ("the deck didn't start playing");
+
+        for (auto _ : state)
+        {
+            transport.setNextReadPosition ((juce::int64) (5.0 * rate));
+            playing.block();
+            benchmark::DoNotOptimize (playing.buffer.getReadPointer (0));
+        }
+
+        addRealTimeFactor (state);
+    }
+
+    // A seek from the message thread (not timed), then the block that starts at the new place.
+    void BlockAfterASeek (benchmark::State& state)
+    {
+        PlayingDeck playing;
+        if (! playing.isPlaying())
+            return state.SkipWithError ("the deck didn't start playing");
+
+        juce::Random random (1);
+
+        // Timed by hand around the block alone: pausing the benchmark's own clock costs more
+        // than the difference being measured.
+        for (auto _ : state)
+        {
+            playing.transport().setPosition (random.nextDouble() * 25.0);
+            const auto start = std::chrono::steady_clock::now();
+            playing.block();
+            const auto end = std::chrono::steady_clock::now();
+            benchmark::DoNotOptimize (playing.buffer.getReadPointer (0));
+            state.SetIterationTime (std::chrono::duration<double> (end - start).count());
         }
 
         addRealTimeFactor (state);
@@ -116,4 +174,6 @@ namespace
 
 // 2000 blocks (23 s of audio) fit in the 30 s file, so neither path runs past its end.
 BENCHMARK (DeckAndMasterPath)->Unit (benchmark::kMicrosecond)->Iterations (2000)->Repetitions (5)->ReportAggregatesOnly (true);
+BENCHMARK (BlockAfterAWrap)->Unit (benchmark::kMicrosecond)->Iterations (2000)->Repetitions (5)->ReportAggregatesOnly (true);
+BENCHMARK (BlockAfterASeek)->UseManualTime()->Unit (benchmark::kMicrosecond)->Iterations (500)->Repetitions (5)->ReportAggregatesOnly (true);
 BENCHMARK (BaselineJuceTransport)->Unit (benchmark::kMicrosecond)->Iterations (2000)->Repetitions (5)->ReportAggregatesOnly (true);
