@@ -14,13 +14,13 @@ namespace
     constexpr double smallestSpan = 0.025;
     const juce::Colour waveColour (0xfff5f5f5);
 
-    // Raw modifier flags with the mouse buttons masked off, and what each sets.
-    constexpr int mouseButtonBits = 0x1f0;
-    constexpr int loopStartModifiers = 8;  // Command
-    constexpr int loopEndModifiers = 9;    // Command and Shift
-    constexpr int replayModifiers = 4;     // Alt
+    // The keys held with a click or a hover, mouse buttons left out, and the marker each sets.
+    // The command key is Ctrl here, Cmd on a Mac.
+    constexpr int loopStartModifiers = juce::ModifierKeys::commandModifier;
+    constexpr int loopEndModifiers = juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier;
+    constexpr int replayModifiers = juce::ModifierKeys::altModifier;
 
-    int modifierCode (const juce::ModifierKeys& m) { return m.getRawFlags() & ~mouseButtonBits; }
+    int modifierCode (const juce::ModifierKeys& m) { return m.withoutMouseButtons().getRawFlags(); }
 }
 
 WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, TrackTransport& transportToUse,
