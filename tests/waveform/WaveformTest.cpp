@@ -1,4 +1,5 @@
 #include "support/DeckHarness.h"
+#include "waveform/ColumnExtents.h"
 #include "waveform/FormatTime.h"
 
 #include <gtest/gtest.h>
@@ -234,21 +235,7 @@ TEST_F (WaveformTest, ScrollingImagesDrawWhatDirectDrawingDraws)
 
     // Each column's drawn extent, top and bottom: the thumbnail's bins fall a pixel apart when
     // the same time is drawn from another start, so a column may match its neighbour.
-    auto extents = [] (const juce::Image& image)
-    {
-        std::vector<std::pair<int, int>> columns ((size_t) image.getWidth(), { -1, -1 });
-        for (int x = 0; x < image.getWidth(); ++x)
-            for (int y = 0; y < image.getHeight(); ++y)
-                if (image.getPixelAt (x, y).getAlpha() > 128)
-                {
-                    if (columns[(size_t) x].first < 0)
-                        columns[(size_t) x].first = y;
-                    columns[(size_t) x].second = y;
-                }
-        return columns;
-    };
-
-    const auto a = extents (viaImages), b = extents (direct);
+    const auto a = columnExtents (viaImages), b = columnExtents (direct);
     int drawn = 0, mismatched = 0;
 
     for (size_t x = 1; x + 1 < a.size(); ++x)
