@@ -1,6 +1,7 @@
 // How long the waveform takes to be ready for an hour of audio, against merely reading it; and
 // what the view costs while playing with Follow on and for a full redraw, against the 33 ms tick.
 #include "deck/MainComponent.h"
+#include "waveform/ThumbnailLoader.h"
 
 #include <benchmark/benchmark.h>
 
@@ -33,34 +34,37 @@ namespace
 
     juce::File hourLongWav() { return sineWav ("marlode-bench-hour.wav", 3600.0); }
 
-    // Times each pass of `work` on an hour-long file and reports the last pass in seconds.
+    // Times each pass of `work` on an hour-long file and reports the fastest pass in seconds:
+    // the first may still find the file on disk rather than in the page cache.
     template <typename Work>
     void timeAnHour (benchmark::State& state, Work&& work)
     {
         const auto file = hourLongWav();
         juce::AudioFormatManager formats;
         formats.registerBasicFormats();
-        double seconds = 0.0;
+        double seconds = 1.0e9;
 
         for (auto _ : state)
         {
             const auto start = juce::Time::getMillisecondCounterHiRes();
             work (formats, file);
-            seconds = (juce::Time::getMillisecondCounterHiRes() - start) / 1000.0;
+            seconds = juce::jmin (seconds, (juce::Time::getMillisecondCounterHiRes() - start) / 1000.0);
         }
 
         state.counters["seconds"] = seconds;
     }
 
+    // Until the view would call the waveform complete: every level in and the reader attached.
     void ThumbnailOfAnHour (benchmark::State& state)
     {
         timeAnHour (state, [] (juce::AudioFormatManager& formats, const juce::File& file)
                     {
                         juce::AudioThumbnailCache cache (20);
                         juce::AudioThumbnail thumbnail (128, formats, cache);
-                        thumbnail.setSource (new juce::FileInputSource (file));
-                        while (! thumbnail.isFullyLoaded())
-                            juce::Thread::sleep (1);
+                        Marlode::ThumbnailLoader loader (formats, thumbnail, cache);
+                        loader.load (file);
+                        while (! loader.isComplete())
+                            juce::MessageManager::getInstance()->runDispatchLoopUntil (1);
                     });
     }
 
@@ -94,39 +98,62 @@ namespace
             for (int i = 0; i < 500 && (deck.waveform.isDrawingDirect() || ! deck.waveform.isTrackLoaded()); ++i)
                 mm->runDispatchLoopUntil (10);
         }
+
+        // Zoomed in to a quarter of the minute and following the play head; false when the
+        // thumbnail never completed.
+        bool follow()
+        {
+            auto& w = deck.waveform;
+
+            if (! w.isTrackLoaded() || w.isDrawingDirect())
+                return false;
+
+            w.zoomIn (0, 0.0);
+            w.zoomIn (0, 0.0);
+            w.followButton.setToggleState (true, juce::sendNotificationSync);
+            return true;
+        }
     };
 
-    void FollowTick (benchmark::State& state)
+    // One minute of play with Follow on at 1920 pixels, at the interface's tick, each tick a new
+    // position: the tick moves the images by their offset (and renders one when the view has
+    // moved a whole span), then the view and its children paint into the window's pixels, here
+    // an image of the view's size made once.
+    void FollowTickAndRepaint1920 (benchmark::State& state)
     {
-        LoadedDeck loaded (1200);
+        LoadedDeck loaded (1922);
         auto& w = loaded.deck.waveform;
 
-        if (! w.isTrackLoaded() || w.isDrawingDirect())
+        if (! loaded.follow())
         {
             state.SkipWithError ("the thumbnail didn't complete");
             return;
         }
 
-        w.zoomIn (0, 0.0);
-        w.zoomIn (0, 0.0);
-        w.followButton.setToggleState (true, juce::sendNotificationSync);
-
-        // One minute of play at the interface's tick, each tick a new position.
+        juce::Image window (juce::Image::RGB, w.getWidth(), w.getHeight(), true);
+        juce::Graphics g (window);
         const int ticks = (int) (60.0 / tickSeconds);
-        double elapsed = 0.0;
+        double ticking = 0.0, painting = 0.0;
+
         for (auto _ : state)
         {
-            const auto start = juce::Time::getMillisecondCounterHiRes();
+            ticking = painting = 0.0;
             for (int i = 0; i < ticks; ++i)
             {
+                const auto start = juce::Time::getMillisecondCounterHiRes();
                 w.position = i * tickSeconds;
                 w.timerRelayCallback();
+                const auto ticked = juce::Time::getMillisecondCounterHiRes();
+                w.paintEntireComponent (g, false);
+                ticking += ticked - start;
+                painting += juce::Time::getMillisecondCounterHiRes() - ticked;
             }
-            elapsed = (juce::Time::getMillisecondCounterHiRes() - start) / 1000.0 / ticks;
         }
 
-        state.counters["ms_per_tick"] = elapsed * 1000.0;
-        state.counters["share_of_33ms_tick"] = elapsed / tickSeconds;
+        state.counters["image_width"] = w.getWidth() - 2;
+        state.counters["ms_per_tick"] = ticking / ticks;
+        state.counters["ms_per_repaint"] = painting / ticks;
+        state.counters["share_of_33ms_tick"] = (ticking + painting) / ticks / 1000.0 / tickSeconds;
     }
 
     void FullRedraw1920 (benchmark::State& state)
@@ -154,7 +181,7 @@ namespace
     }
 }
 
-BENCHMARK (ThumbnailOfAnHour)->Iterations (1)->Unit (benchmark::kSecond);
-BENCHMARK (ReadAnHour)->Iterations (1)->Unit (benchmark::kSecond);
-BENCHMARK (FollowTick)->Iterations (1)->Unit (benchmark::kMillisecond);
+BENCHMARK (ReadAnHour)->Iterations (5)->Unit (benchmark::kSecond);
+BENCHMARK (ThumbnailOfAnHour)->Iterations (5)->Unit (benchmark::kSecond);
+BENCHMARK (FollowTickAndRepaint1920)->Iterations (1)->Unit (benchmark::kMillisecond);
 BENCHMARK (FullRedraw1920)->Iterations (20)->Unit (benchmark::kMillisecond);

@@ -14,13 +14,13 @@ namespace
     constexpr double smallestSpan = 0.025;
     const juce::Colour waveColour (0xfff5f5f5);
 
-    // Raw modifier flags with the mouse buttons masked off, and what each sets.
-    constexpr int mouseButtonBits = 0x1f0;
-    constexpr int loopStartModifiers = 8;  // Command
-    constexpr int loopEndModifiers = 9;    // Command and Shift
-    constexpr int replayModifiers = 4;     // Alt
+    // The keys held with a click or a hover, mouse buttons left out, and the marker each sets.
+    // The command key is Ctrl here, Cmd on a Mac.
+    constexpr int loopStartModifiers = juce::ModifierKeys::commandModifier;
+    constexpr int loopEndModifiers = juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier;
+    constexpr int replayModifiers = juce::ModifierKeys::altModifier;
 
-    int modifierCode (const juce::ModifierKeys& m) { return m.getRawFlags() & ~mouseButtonBits; }
+    int modifierCode (const juce::ModifierKeys& m) { return m.withoutMouseButtons().getRawFlags(); }
 }
 
 WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, TrackTransport& transportToUse,
@@ -94,14 +94,13 @@ WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, TrackTr
 WaveformComponent::~WaveformComponent()
 {
     thumbnail.removeChangeListener (this);
-    thumbnail.setSource (nullptr);
 }
 
 //==============================================================================
 void WaveformComponent::clearTrack()
 {
     fileNameLabel.setText ({}, juce::dontSendNotification);
-    thumbnail.setSource (nullptr);
+    thumbnailLoader.clear();
     trackLength = viewStart = viewEnd = viewSpan = lastPosition = 0.0;
     replayTime = 0.0;
     loopStart = 0.0;
@@ -155,7 +154,7 @@ bool WaveformComponent::loadTrack (const juce::File& file)
     scrollBar.setRangeLimits (0.0, juce::jmax (trackLength, 1.0e-9), juce::dontSendNotification);
     scrollBar.setCurrentRange (0.0, juce::jmax (trackLength, 1.0e-9), juce::dontSendNotification);
 
-    const bool sourceSet = thumbnail.setSource (new juce::FileInputSource (file));
+    const bool sourceSet = thumbnailLoader.load (file);
     trackLoaded = viewSpan > 0.0;
     drawThumbnailDirect = true;
     needsFullRedraw = true;
@@ -176,9 +175,9 @@ void WaveformComponent::changeListenerCallback (juce::ChangeBroadcaster* source)
     if (source != &thumbnail)
         return;
 
-    if (thumbnail.isFullyLoaded() && trackLoaded)
+    if (thumbnailLoader.isComplete() && trackLoaded)
     {
-            needsFullRedraw = true;
+        needsFullRedraw = true;
         drawThumbnailDirect = false;
         redrawWaveformImages();
         drawOverview();
@@ -364,23 +363,32 @@ void WaveformComponent::drawOverview()
     overview.repaint();
 }
 
-juce::Image WaveformComponent::renderWaveformArea (bool direct)
+void WaveformComponent::drawWaveform (juce::Graphics& g, juce::Rectangle<int> area, bool direct)
 {
-    juce::Image image (juce::Image::ARGB, juce::jmax (1, imageWidth), juce::jmax (1, imageHeight), true);
-    juce::Graphics g (image);
     g.setColour (waveColour);
 
     if (direct)
     {
-        drawChannels (g, { 0, 0, imageWidth, imageHeight }, viewStart, viewEnd, waveformZoom);
-    }
-    else
-    {
-        g.drawImageAt (slots[(size_t) visibleSlot].image, juce::roundToInt (firstImageWidth) - imageWidth, 0);
-        if (secondImageWidth > 0.0f)
-            g.drawImageAt (slots[(size_t) nextSlot].image, juce::roundToInt (firstImageWidth), 0);
+        drawChannels (g, area, viewStart, viewEnd, waveformZoom);
+        return;
     }
 
+    // The visible image ends firstImageWidth into the area and the next begins there; both are
+    // drawn as they are, with no image of the area in between.
+    const juce::Graphics::ScopedSaveState saved (g);
+    g.reduceClipRegion (area);
+    const auto seam = area.getX() + juce::roundToInt (firstImageWidth);
+    g.drawImageAt (slots[(size_t) visibleSlot].image, seam - imageWidth, area.getY());
+
+    if (secondImageWidth > 0.0f)
+        g.drawImageAt (slots[(size_t) nextSlot].image, seam, area.getY());
+}
+
+juce::Image WaveformComponent::renderWaveformArea (bool direct)
+{
+    juce::Image image (juce::Image::ARGB, juce::jmax (1, imageWidth), juce::jmax (1, imageHeight), true);
+    juce::Graphics g (image);
+    drawWaveform (g, image.getBounds(), direct);
     return image;
 }
 
@@ -394,12 +402,7 @@ void WaveformComponent::paint (juce::Graphics& g)
         return;
     }
 
-    g.setColour (waveColour);
-
-    if (drawThumbnailDirect)
-        drawChannels (g, imageArea, viewStart, viewEnd, waveformZoom);
-    else
-        g.drawImageAt (renderWaveformArea (false), imageArea.getX(), imageArea.getY());
+    drawWaveform (g, imageArea, drawThumbnailDirect);
 
     // The track's limits, when the view shows time outside it (Follow near either end).
     auto lineX = [this] (double t) { return (float) juce::jlimit (0.0, (double) imageWidth, (t - viewStart) / viewSpan * imageWidth); };

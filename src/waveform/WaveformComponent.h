@@ -2,6 +2,7 @@
 
 #include "deck/TrackTransport.h"
 #include "engine/TimerRelayListener.h"
+#include "waveform/ThumbnailLoader.h"
 #include "waveform/TimelineHeader.h"
 #include "waveform/WaveformBackground.h"
 #include "waveform/WaveformMarkerTab.h"
@@ -22,7 +23,8 @@ namespace Marlode
 
     Drawing a thumbnail is slow, so the waveform is rendered into two images exactly one view
     wide and moved by an offset while playing; a new image is rendered only when the view has
-    moved a whole span. While the thumbnail is still filling, the view draws straight from it.
+    moved a whole span, and a repaint draws the two images straight into its context. While the
+    thumbnail is still filling (on the loader's thread), the view draws straight from it.
 
     Message thread, except the atomics marked below, which the audio thread reads.
 */
@@ -128,6 +130,7 @@ private:
 
     void renderSlot (TrackedImageSlot&, bool drawInto);
     void drawChannels (juce::Graphics&, juce::Rectangle<int> area, double start, double end, float zoom);
+    void drawWaveform (juce::Graphics&, juce::Rectangle<int> area, bool direct);
     void afterViewChange();
     void followButtonClicked();
     void loopButtonClicked();
@@ -144,6 +147,7 @@ private:
 
     juce::AudioThumbnailCache thumbnailCache { 20 };
     juce::AudioThumbnail thumbnail { 128, formatManager, thumbnailCache };
+    ThumbnailLoader thumbnailLoader { formatManager, thumbnail, thumbnailCache }; // after the thumbnail: stops first
 
     juce::Label fileNameLabel;
     juce::ImageComponent overview;
