@@ -1,4 +1,5 @@
 #include "waveform/WaveformComponent.h"
+#include "engine/AudioFileGuard.h"
 #include "waveform/FormatTime.h"
 
 #include <cmath>
@@ -155,7 +156,9 @@ bool WaveformComponent::loadTrack (const juce::File& file)
     scrollBar.setRangeLimits (0.0, juce::jmax (trackLength, 1.0e-9), juce::dontSendNotification);
     scrollBar.setCurrentRange (0.0, juce::jmax (trackLength, 1.0e-9), juce::dontSendNotification);
 
-    const bool sourceSet = thumbnail.setSource (new juce::FileInputSource (file));
+    auto reader = AudioFileGuard::createReader (formatManager, file);
+    const bool sourceSet = reader != nullptr;
+    thumbnail.setReader (reader.release(), file.hashCode64());
     trackLoaded = viewSpan > 0.0;
     drawThumbnailDirect = true;
     needsFullRedraw = true;
