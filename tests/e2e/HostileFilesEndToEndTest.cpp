@@ -30,7 +30,8 @@ namespace
 
             while (juce::Time::getMillisecondCounter() < end)
             {
-                if (run ({ "xdotool", "search", "--onlyvisible", "--name", "^" + title + "$" }).isNotEmpty())
+                const auto pattern = "^" + title.replace ("(", "\\(").replace (")", "\\)") + "$";
+                if (run ({ "xdotool", "search", "--onlyvisible", "--name", pattern }).isNotEmpty())
                     return true;
                 juce::Thread::sleep (100);
             }
