@@ -1,5 +1,6 @@
 #include "deck/TrackDeck.h"
 #include "deck/TransportComponent.h"
+#include "engine/AudioFileGuard.h"
 #include "playlist/PlaylistComponent.h"
 #include "ui/Alerts.h"
 #include "waveform/WaveformComponent.h"
@@ -56,10 +57,14 @@ void TrackDeck::loadTrack (const juce::File& file)
     if (file.getFullPathName().isEmpty())
         return;
 
-    std::unique_ptr<juce::AudioFormatReader> newReader (formatManager.createReaderFor (file));
+    auto newReader = AudioFileGuard::createReader (formatManager, file);
 
+    // The file changed or went since the playlist read it: the deck stays as it was.
     if (newReader == nullptr)
+    {
+        Alerts::warning ("Error reading files", PlaylistComponent::couldNotBeRead (1) + "\n\n" + file.getFullPathName());
         return;
+    }
 
     if (newReader->numChannels >= 3)
     {

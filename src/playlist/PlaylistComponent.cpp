@@ -1,6 +1,9 @@
 #include "playlist/PlaylistComponent.h"
 #include "app/AppGlobals.h"
+#include "engine/AudioFileGuard.h"
+#include "state/PlaylistXml.h"
 #include "state/SafeXml.h"
+#include "state/TableLayoutXml.h"
 #include "ui/Alerts.h"
 #include "ui/PopupTextWindow.h"
 #include "ui/SondrelLookAndFeel.h"
@@ -82,6 +85,11 @@ PlaylistComponent::~PlaylistComponent()
 }
 
 //==============================================================================
+juce::String PlaylistComponent::couldNotBeRead (int count)
+{
+    return juce::String (count) + (count == 1 ? " file" : " files") + " you selected could not be read.";
+}
+
 juce::String PlaylistComponent::getCellText (const PlaylistRow& r, int columnId)
 {
     auto dB = [] (double v) { return juce::String (v, 2) + " dB"; };
@@ -121,15 +129,7 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
             continue;
 
         const juce::File file (path);
-
-        // Directories, devices and pipes can't be tracks, and a reader could block on them forever.
-        if (file.exists() && ! SafeXml::isRegularFile (file))
-        {
-            failed.add (path);
-            continue;
-        }
-
-        std::unique_ptr<juce::AudioFormatReader> reader (formatManager.createReaderFor (file));
+        const auto reader = AudioFileGuard::createReader (formatManager, file);
 
         if (reader == nullptr)
             failed.add (path);
@@ -169,8 +169,7 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
     if (! failed.isEmpty())
     {
         const auto n = failed.size();
-        const auto message = juce::String (n) + (n == 1 ? " file" : " files") + " you selected could not be read."
-                             + "\n\nShow a list of these files?";
+        const auto message = couldNotBeRead (n) + "\n\nShow a list of these files?";
 
         Alerts::question ("Error reading files", message, [failed] (bool yes)
                           {
@@ -635,15 +634,11 @@ void PlaylistComponent::createPlaylistXml()
         return;
     }
 
-    playlistXml = std::make_unique<juce::XmlElement> ("PLAYLIST_DATA");
-    int id = 0;
-
+    juce::StringArray paths;
     for (const auto& r : rows)
-    {
-        auto* track = playlistXml->createNewChildElement ("TRACK");
-        track->setAttribute ("ID", id++);
-        track->setAttribute ("Path", r.path);
-    }
+        paths.add (r.path);
+
+    playlistXml = PlaylistXml::create (paths);
 }
 
 void PlaylistComponent::readPlaylist (const juce::XmlElement& playlist, bool replace, bool loadFirst)
@@ -658,14 +653,8 @@ void PlaylistComponent::readPlaylist (const juce::XmlElement& playlist, bool rep
 
     juce::StringArray found, missing;
 
-    // Document order decides; the stored ID is not trusted.
-    for (const auto* child : playlist.getChildIterator())
+    for (const auto& path : PlaylistXml::trackPaths (playlist))
     {
-        if (child->isTextElement())
-            continue;
-
-        const auto path = child->getStringAttribute ("Path");
-
         if (path.isNotEmpty() && juce::File::isAbsolutePath (path) && juce::File (path).exists())
             found.add (path);
         else
@@ -759,37 +748,14 @@ juce::String PlaylistComponent::getTableLayout() const
 
 void PlaylistComponent::restoreTableLayout (const juce::String& layout)
 {
-    juce::String error;
-    const auto stored = SafeXml::parse (layout, error);
-
-    if (stored == nullptr || ! stored->hasTagName ("TABLELAYOUT"))
-        return;
-
-    // Rebuilt from known columns only, widths within each column's limits, visible unless
-    // stored as hidden; the framework's reader would take any width and hide by default.
     auto& header = table.getHeader();
-    juce::XmlElement clean ("TABLELAYOUT");
-    const auto sorted = stored->getIntAttribute ("sortedCol");
-    clean.setAttribute ("sortedCol", header.getIndexOfColumnId (sorted, false) >= 0 ? sorted : 0);
-    clean.setAttribute ("sortForwards", stored->getBoolAttribute ("sortForwards", true));
+    juce::Array<int> ids;
 
-    juce::Array<int> seen;
+    for (int i = 0; i < header.getNumColumns (false); ++i)
+        ids.add (header.getColumnIdOfIndex (i, false));
 
-    for (const auto* column : stored->getChildWithTagNameIterator ("COLUMN"))
-    {
-        const auto id = column->getIntAttribute ("id");
-
-        if (header.getIndexOfColumnId (id, false) < 0 || seen.contains (id))
-            continue;
-
-        seen.add (id);
-        auto* c = clean.createNewChildElement ("COLUMN");
-        c->setAttribute ("id", id);
-        c->setAttribute ("visible", column->getBoolAttribute ("visible", true));
-        c->setAttribute ("width", juce::jlimit (minimumColumnWidth, maximumColumnWidth, column->getIntAttribute ("width")));
-    }
-
-    header.restoreFromString (clean.toString (juce::XmlElement::TextFormat().singleLine().withoutHeader()));
+    if (const auto clean = TableLayoutXml::restore (layout, ids, minimumColumnWidth, maximumColumnWidth))
+        header.restoreFromString (clean->toString (juce::XmlElement::TextFormat().singleLine().withoutHeader()));
 }
 
 //==============================================================================

@@ -63,6 +63,9 @@ public:
     void setPlayingIndicator (bool isPlaying);
     [[nodiscard]] bool getPlayingIndicator() const noexcept { return playingIndicator; }
 
+    /** The first line of the report on files no reader accepts ("1 file you selected could not be read."). */
+    [[nodiscard]] static juce::String couldNotBeRead (int count);
+
     /** The text of a cell: columns 1 to 9 of the table, 10 to 17 the analysis values. */
     [[nodiscard]] static juce::String getCellText (const PlaylistRow&, int columnId);
 

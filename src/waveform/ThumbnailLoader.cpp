@@ -1,4 +1,5 @@
 #include "waveform/ThumbnailLoader.h"
+#include "engine/AudioFileGuard.h"
 
 namespace Marlode
 {
@@ -20,7 +21,7 @@ ThumbnailLoader::~ThumbnailLoader() { stop(); }
 
 std::unique_ptr<juce::AudioFormatReader> ThumbnailLoader::openReader (const juce::File& file) const
 {
-    std::unique_ptr<juce::AudioFormatReader> opened (formats.createReaderFor (file));
+    auto opened = AudioFileGuard::createReader (formats, file);
 
     if (opened == nullptr || opened->sampleRate <= 0.0 || opened->numChannels < 1 || opened->numChannels > 2
         || opened->lengthInSamples <= 0 || opened->lengthInSamples > longestFileSamples)

@@ -1,4 +1,5 @@
 #include "support/DeckHarness.h"
+#include "support/HostileFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -252,4 +253,36 @@ TEST_F (TrackDeckTest, InvalidExtensionsGetTheExactQuestionAndList)
     h.deck.openFiles ({ temp.file ("a.doc"), temp.file ("b.pdf") });
     ASSERT_EQ (alerts.shown.size(), 1u);
     EXPECT_TRUE (alerts.shown[0].message.startsWith ("2 files you selected could not be loaded.\nThe file extensions are not"));
+}
+
+TEST_F (TrackDeckTest, HostileFilesLeaveTheLoadedTrackAsItWasWithTheUnreadableMessage)
+{
+    const auto good = writeWav (temp.file ("good.wav"), 44100.0, 2, 44100, [] (int, int) { return 0.1f; }, 16);
+    ASSERT_TRUE (h.load (good));
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+
+    for (const auto& hostile : writeHostileAudio (temp.folder))
+    {
+        alerts.shown.clear();
+        h.player().loadTrack (hostile.file);
+
+        if (hostile.mustRefuse)
+        {
+            EXPECT_EQ (h.player().getCurrentTrackPath(), good.getFullPathName()) << hostile.file.getFileName();
+            ASSERT_EQ (alerts.shown.size(), 1u) << hostile.file.getFileName();
+            EXPECT_EQ (alerts.shown[0].title, "Error reading files");
+            EXPECT_EQ (alerts.shown[0].message, "1 file you selected could not be read.\n\n" + hostile.file.getFullPathName());
+        }
+        else if (h.player().getCurrentTrackPath() == hostile.file.getFullPathName())
+        {
+            // A truncated compressed file plays up to its cut and to the end it claims.
+            h.player().playButtonClicked();
+            pumpMessages (150);
+            h.player().stopButtonClicked();
+            pumpMessages (50);
+            ASSERT_TRUE (h.load (good));
+        }
+    }
+
+    EXPECT_TRUE (h.player().hasTrack());
 }

@@ -1,6 +1,7 @@
 #include "e2e/AppProcess.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,11 +12,22 @@ namespace MarlodeTest
 {
 
 AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home)
-    : AppProcess (MARLODE_BINARY, arguments, home)
+    : AppProcess (MARLODE_BINARY, arguments, home, Limits {})
 {
 }
 
 AppProcess::AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home)
+    : AppProcess (program, arguments, home, Limits {})
+{
+}
+
+AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home, const Limits& limits)
+    : AppProcess (MARLODE_BINARY, arguments, home, limits)
+{
+}
+
+AppProcess::AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home,
+                        const Limits& limits)
 {
     home.createDirectory();
 
@@ -25,7 +37,10 @@ AppProcess::AppProcess (const juce::String& program, const juce::StringArray& ar
             env.emplace_back (*e);
     env.push_back ("HOME=" + home.getFullPathName().toStdString());
 
-    std::vector<std::string> args { program.toStdString() };
+    std::vector<std::string> args;
+    if (limits.addressSpaceKB > 0)
+        args = { "/bin/bash", "-c", "ulimit -v " + std::to_string (limits.addressSpaceKB) + " && exec \"$0\" \"$@\"" };
+    args.push_back (program.toStdString());
     for (const auto& a : arguments)
         args.push_back (a.toStdString());
 
@@ -37,8 +52,16 @@ AppProcess::AppProcess (const juce::String& program, const juce::StringArray& ar
         envp.push_back (e.data());
     envp.push_back (nullptr);
 
-    if (posix_spawn (&processId, args[0].c_str(), nullptr, nullptr, argv.data(), envp.data()) != 0)
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init (&actions);
+    if (limits.errorOutput != juce::File())
+        posix_spawn_file_actions_addopen (&actions, STDERR_FILENO, limits.errorOutput.getFullPathName().toRawUTF8(),
+                                          O_WRONLY | O_CREAT | O_TRUNC, 0644);
+
+    if (posix_spawn (&processId, args[0].c_str(), &actions, nullptr, argv.data(), envp.data()) != 0)
         processId = -1;
+
+    posix_spawn_file_actions_destroy (&actions);
 }
 
 AppProcess::~AppProcess()

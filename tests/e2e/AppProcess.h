@@ -11,10 +11,18 @@ namespace MarlodeTest
 class AppProcess
 {
 public:
+    struct Limits
+    {
+        juce::int64 addressSpaceKB = 0; // through the shell's `ulimit -v`; 0 for none
+        juce::File errorOutput;         // where stderr goes; the test's own stderr when unset
+    };
+
     AppProcess (const juce::StringArray& arguments, const juce::File& home);
 
     /** Runs `program` instead, for a launch wrapped in another command that ends by exec'ing Marlode. */
     AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home);
+    AppProcess (const juce::StringArray& arguments, const juce::File& home, const Limits& limits);
+    AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home, const Limits& limits);
     ~AppProcess();
 
     [[nodiscard]] pid_t pid() const noexcept { return processId; }

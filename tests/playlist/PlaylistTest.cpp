@@ -1,5 +1,7 @@
+#include "engine/AudioFileGuard.h"
 #include "engine/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
+#include "support/HostileFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -112,6 +114,35 @@ TEST_F (PlaylistTest, BrokenAndHostileFilesAreReportedNotAdded)
     EXPECT_EQ (playlist.getNumRows(), 0);
     ASSERT_EQ (alerts.shown.size(), 1u);
     EXPECT_EQ (alerts.shown[0].message, "3 files you selected could not be read.\n\nShow a list of these files?");
+}
+
+TEST_F (PlaylistTest, EveryHostileAudioFileIsReportedAndNoneSizesARow)
+{
+    juce::StringArray paths;
+    int mustRefuse = 0;
+
+    for (const auto& hostile : writeHostileAudio (temp.folder))
+    {
+        paths.add (hostile.file.getFullPathName());
+        mustRefuse += hostile.mustRefuse ? 1 : 0;
+    }
+
+    playlist.addFiles (paths, false, true, -1);
+
+    // Only truncated compressed files may stay, and then with facts their bytes can back.
+    for (int i = 0; i < playlist.getNumRows(); ++i)
+    {
+        const auto* row = playlist.getRow (i);
+        EXPECT_LE ((double) row->lengthInSamples * row->numChannels,
+                   (double) row->file.getSize() * (double) AudioFileGuard::maxSamplesPerByte) << row->fileName;
+        EXPECT_TRUE (row->format == "FLAC" || row->format == "OGG" || row->format == "MP3") << row->fileName;
+    }
+
+    ASSERT_EQ (alerts.shown.size(), 1u);
+    const auto refused = paths.size() - playlist.getNumRows();
+    EXPECT_GE (refused, mustRefuse);
+    EXPECT_EQ (alerts.shown[0].title, "Error reading files");
+    EXPECT_EQ (alerts.shown[0].message, juce::String (refused) + " files you selected could not be read.\n\nShow a list of these files?");
 }
 
 TEST_F (PlaylistTest, PlaylistFilesRoundTripAndReadingRules)

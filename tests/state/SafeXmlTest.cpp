@@ -1,9 +1,12 @@
+#include "state/RegularFileInputStream.h"
 #include "state/SafeXml.h"
 #include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+
+#include <chrono>
 
 using namespace Marlode;
 using namespace MarlodeTest;
@@ -17,6 +20,27 @@ namespace
         juce::String error;
         auto xml = SafeXml::parse (text, error);
         return xml == nullptr ? error : juce::String();
+    }
+
+    juce::String bytesRejection (const juce::MemoryBlock& bytes)
+    {
+        juce::String error;
+        auto xml = SafeXml::parse (bytes.getData(), bytes.getSize(), error);
+        return xml == nullptr ? error : juce::String();
+    }
+
+    juce::MemoryBlock fromBase64 (const char* text)
+    {
+        juce::MemoryOutputStream out;
+        EXPECT_TRUE (juce::Base64::convertFromBase64 (out, text));
+        return out.getMemoryBlock();
+    }
+
+    double secondsFor (const std::function<void()>& work)
+    {
+        const auto start = std::chrono::steady_clock::now();
+        work();
+        return std::chrono::duration<double> (std::chrono::steady_clock::now() - start).count();
     }
 }
 
@@ -68,11 +92,15 @@ TEST (SafeXml, FilesMustBeRegularAndBounded)
     EXPECT_EQ (SafeXml::parseFile (juce::File ("/dev/zero"), error), nullptr);
     EXPECT_EQ (error, "not a regular file");
 
-    // A pipe with no writer would block the reader's open forever.
+    // A pipe with no writer would block the reader's open forever; the type is taken from the
+    // opened descriptor, so a pipe swapped in after any earlier look is caught the same way.
     const auto fifo = temp.file ("pipe.xml");
     ASSERT_EQ (::mkfifo (fifo.getFullPathName().toRawUTF8(), 0600), 0);
     EXPECT_EQ (SafeXml::parseFile (fifo, error), nullptr);
     EXPECT_EQ (error, "not a regular file");
+    RegularFileInputStream pipe (fifo);
+    EXPECT_FALSE (pipe.openedOk());
+    EXPECT_EQ (pipe.getError(), "not a regular file");
 
     const auto big = temp.file ("big.xml");
     big.replaceWithText ("<a x=\"" + repeated ("x", 2000) + "\"/>");
@@ -81,4 +109,82 @@ TEST (SafeXml, FilesMustBeRegularAndBounded)
     EXPECT_EQ (SafeXml::parseFile (big, error, small), nullptr);
     EXPECT_EQ (error, "file too large");
     EXPECT_NE (SafeXml::parseFile (big, error), nullptr);
+}
+
+TEST (SafeXml, BuildsTheTreeTheFrameworkBuildsForEveryValidDocument)
+{
+    // Entities, character references, CDATA, comments inside text, processing instructions,
+    // line ends, attribute order, non-ASCII text and whitespace-only text.
+    const char* documents[] = {
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n\n<PLAYLIST_DATA>\n  <TRACK ID=\"0\" Path=\"/music/a &amp; b.wav\"/>\n"
+        "  <TRACK ID=\"1\" Path=\"/music/&#233;t&#xE9; &lt;live&gt; &quot;x&quot; &apos;y&apos;.flac\"/>\n</PLAYLIST_DATA>\n",
+        "<TABLELAYOUT sortedCol=\"0\" sortForwards=\"1\"><COLUMN id=\"1\" visible=\"1\" width=\"25\"/>"
+        "<COLUMN id=\"2\" visible=\"0\" width=\"200\"/></TABLELAYOUT>",
+        "<a z=\"1\" y='2' x = \"3\">one<!-- gone -->two\r\nthree\rfour<b/>  <![CDATA[ <raw> & ]]>tail &AMP; &#32;</a>",
+        "<!-- before --><?pi before?><r>  <c>text<?pi inside?>  </c><d>&#x1F600;\xc3\xa9</d><e v=\"\xe2\x82\xac\"/></r>",
+        "<r>\n  <!-- a comment -->\n  <x a=\"\r\n\t\"/>\n  &#32;  \n</r>trailing text the framework ignores",
+        "<r><![CDATA[]]><e></e><e>   </e></r>"
+    };
+
+    for (auto* document : documents)
+    {
+        const auto text = juce::String::fromUTF8 (document);
+        juce::String error;
+        auto ours = SafeXml::parse (text, error);
+        auto framework = juce::XmlDocument::parse (text);
+
+        ASSERT_NE (ours, nullptr) << error << " in " << document;
+        ASSERT_NE (framework, nullptr);
+        EXPECT_TRUE (ours->isEquivalentTo (framework.get(), false))
+            << ours->toString().toStdString() << "\nagainst\n" << framework->toString().toStdString();
+    }
+}
+
+TEST (SafeXml, TheUsersDocumentsNeitherHangNorReadPastTheEnd)
+{
+    // This one kept the framework's parser in readChildElements forever.
+    EXPECT_EQ (bytesRejection (fromBase64 ("PFRBQkxFTEFZT1VUIHNvcnRlZENvbD0iMCIgc29SdEZvcndhcmRzPSIxIj48Py4wb24iPz6NQQoNDQ0NDQ0NDQ0NDQ0NDQ0NDQ0NZD0iPdE8L1RBQkxFTEFZT1VUPg==")),
+               "invalid UTF-8");
+    // This one sent the old check past the end of its buffer.
+    EXPECT_EQ (bytesRejection (fromBase64 ("PD94bWwgdmVyc2n//////////////////////////2U9IjEiIHdpZP9T/y4wIj8+PEEvPgo=")), "invalid UTF-8");
+
+    // The same loop in valid UTF-8: text after a processing instruction inside an element.
+    juce::String error;
+    auto layout = SafeXml::parse ("<TABLELAYOUT sortedCol=\"0\"><?x?>text</TABLELAYOUT>", error);
+    ASSERT_NE (layout, nullptr) << error;
+    EXPECT_EQ (layout->getAllSubText(), "text");
+
+    // Bad UTF-8 in a String reaches the walk as the bytes it came from.
+    const char tail[] = { '<', 'a', ' ', 'x', '=', '"', (char) 0xf0, (char) 0x9f, 0 };
+    EXPECT_EQ (rejection (juce::String::fromUTF8 (tail, (int) sizeof (tail) - 1)), "invalid UTF-8");
+    for (const auto* bad : { "<a>\xc0\xaf</a>", "<a>\xed\xa0\x80</a>", "<a>\xf4\x90\x80\x80</a>", "<a>\xff</a>", "<a>\xe2\x82</a>" })
+        EXPECT_EQ (bytesRejection (juce::MemoryBlock (bad, std::strlen (bad))), "invalid UTF-8") << bad;
+    EXPECT_EQ (bytesRejection (juce::MemoryBlock ("<a>\0</a>", 8)), "invalid UTF-8");
+    EXPECT_EQ (bytesRejection (juce::MemoryBlock ("\xef\xbb\xbf<a/>", 7)), "");
+}
+
+TEST (SafeXml, AttributesAreCappedSoTheNamePoolCannotGoQuadratic)
+{
+    juce::MemoryOutputStream manyText, spreadText;
+    manyText << "<a";
+    for (int i = 0; i < 1000000; ++i)
+        manyText << " n" << i << "=\"\"";
+    manyText << "/>";
+    spreadText << "<a>";
+    for (int i = 0; i < 200000; ++i)
+        spreadText << "<b n" << i << "=\"\"/>";
+    spreadText << "</a>";
+    const auto many = manyText.toString(), spread = spreadText.toString();
+
+    // Hours each through the framework's parser.
+    EXPECT_LT (secondsFor ([&] { EXPECT_EQ (rejection (many), "too many attributes in a"); }), 5.0);
+    EXPECT_LT (secondsFor ([&] { EXPECT_EQ (rejection (spread), "too many attribute names"); }), 5.0);
+
+    SafeXml::Limits small;
+    small.maxAttributes = 3;
+    juce::String error;
+    EXPECT_NE (SafeXml::parse ("<a x=\"1\"><b x=\"2\" y=\"3\"/></a>", error, small), nullptr);
+    EXPECT_EQ (SafeXml::parse ("<a x=\"1\"><b x=\"2\" y=\"3\"/><b x=\"4\"/></a>", error, small), nullptr);
+    EXPECT_EQ (error, "too many attributes");
+    EXPECT_EQ (rejection ("<a x=\"1\" x=\"2\"/>"), "duplicate attribute in a");
 }

@@ -32,6 +32,19 @@ namespace
         }
     };
 
+    // An hour of mono silence as FLAC: a small file that takes seconds to decode.
+    juce::File longSilentFlac (const juce::File& file)
+    {
+        juce::FlacAudioFormat flac;
+        std::unique_ptr<juce::AudioFormatWriter> writer (
+            flac.createWriterFor (file.createOutputStream().release(), 44100.0, 1, 16, {}, 0));
+        juce::AudioBuffer<float> silence (1, 65536);
+        silence.clear();
+        for (int written = 0; written < 44100 * 60 * 60; written += silence.getNumSamples())
+            writer->writeFromAudioSampleBuffer (silence, 0, silence.getNumSamples());
+        return file;
+    }
+
     // A few bytes of RF64 whose header claims `frames` stereo 16-bit frames: what reads past
     // the few real bytes comes back as silence.
     juce::File lyingRf64 (const juce::File& file, juce::int64 frames)
@@ -123,9 +136,9 @@ TEST_F (ThumbnailLoaderTest, ATrackChangeMidwayStopsTheOldRead)
     EXPECT_NEAR (thumbnail.getTotalLength(), 2.0, 128 / rate) << "to its last thumbnail sample";
     EXPECT_LT (thumbnail.getApproximatePeak(), 0.05f) << "no level of the old file";
 
-    // A file that claims hours of audio is still being read when it is cleared or its loader
-    // destroyed: either stops within a block, not at the file's end.
-    const auto hours = lyingRf64 (temp.file ("hours.wav"), (juce::int64) 1 << 30);
+    // A long file is still being read when it is cleared or its loader destroyed: either stops
+    // within a block, not at the file's end.
+    const auto hours = longSilentFlac (temp.file ("hours.flac"));
     auto stopTime = [&] (const std::function<void()>& stop)
     {
         const auto start = juce::Time::getMillisecondCounterHiRes();

@@ -1,4 +1,5 @@
 #include "support/DeckHarness.h"
+#include "support/HostileFiles.h"
 #include "waveform/ColumnExtents.h"
 #include "waveform/FormatTime.h"
 
@@ -325,4 +326,18 @@ TEST_F (WaveformTest, ADeckWithMarkersAsAPicture)
     const auto y = w.getY() + area.getY() + 5;
     EXPECT_NE (image.getPixelAt (xOf (8.5), y), image.getPixelAt (xOf (15.0), y)) << "inside the loop is shaded";
     EXPECT_EQ (image.getPixelAt (xOf (3.0) + 1, y), juce::Colour (0xff9932cc));
+}
+
+TEST_F (WaveformTest, AHostileFileGivesTheThumbnailNothingToSizeFrom)
+{
+    for (const auto& hostile : writeHostileAudio (temp.folder))
+    {
+        if (! hostile.mustRefuse)
+            continue;
+
+        w.clearTrack();
+        EXPECT_FALSE (w.loadTrack (hostile.file)) << hostile.file.getFileName();
+        EXPECT_EQ (w.getThumbnail().getTotalLength(), 0.0);
+        EXPECT_EQ (w.getThumbnail().getNumChannels(), 0);
+    }
 }
