@@ -25,7 +25,9 @@ void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
 
     CrashHandler::install();
 
+    // The window fits itself around its content from here on, so the content needs a size first.
     auto* content = new MainAudioAppComponent();
+    content->setSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
     mainWindow->setContentOwned (content, true);
 
     // Keys that reach no focused component arrive at the window itself.
@@ -137,10 +139,10 @@ int runMarlode (int argc, const char* argv[])
     channel = std::make_unique<InstanceChannel> (defaultAppDataDirectory().getChildFile ("instance.sock"));
     const auto commandLine = InstanceChannel::makeCommandLine (argc, argv, juce::File::getCurrentWorkingDirectory());
 
-    if (channel->claim (commandLine) == InstanceChannel::Role::handedOver)
-        return 0;
-
-    const auto result = juce::JUCEApplicationBase::main (argc, argv);
+    // The channel goes before the statics that count JUCE objects, on both ways out.
+    const auto result = channel->claim (commandLine) == InstanceChannel::Role::handedOver
+                            ? 0
+                            : juce::JUCEApplicationBase::main (argc, argv);
     channel.reset();
     return result;
 }

@@ -519,7 +519,8 @@ void MainComponent::buttonClicked (juce::Button* button)
     else if (! isVisible())
     {
         setVisible (true);
-        grabKeyboardFocus();
+        if (isShowing())
+            grabKeyboardFocus();
         restoreFocus();
     }
 }

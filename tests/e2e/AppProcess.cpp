@@ -1,6 +1,9 @@
 #include "e2e/AppProcess.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,7 +13,8 @@ extern char** environ;
 namespace MarlodeTest
 {
 
-AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home)
+AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home, const char* program)
+    : errorOutput (home.getSiblingFile (home.getFileName() + "-stderr.txt"))
 {
     home.createDirectory();
 
@@ -20,7 +24,7 @@ AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& ho
             env.emplace_back (*e);
     env.push_back ("HOME=" + home.getFullPathName().toStdString());
 
-    std::vector<std::string> args { MARLODE_BINARY };
+    std::vector<std::string> args { program };
     for (const auto& a : arguments)
         args.push_back (a.toStdString());
 
@@ -32,8 +36,15 @@ AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& ho
         envp.push_back (e.data());
     envp.push_back (nullptr);
 
-    if (posix_spawn (&processId, MARLODE_BINARY, nullptr, nullptr, argv.data(), envp.data()) != 0)
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init (&actions);
+    posix_spawn_file_actions_addopen (&actions, STDERR_FILENO, errorOutput.getFullPathName().toRawUTF8(),
+                                      O_WRONLY | O_CREAT | O_TRUNC, 0644);
+
+    if (posix_spawn (&processId, program, &actions, nullptr, argv.data(), envp.data()) != 0)
         processId = -1;
+
+    posix_spawn_file_actions_destroy (&actions);
 }
 
 AppProcess::~AppProcess()
@@ -42,7 +53,26 @@ AppProcess::~AppProcess()
     {
         ::kill (processId, SIGKILL);
         ::waitpid (processId, &status, 0);
+        reap();
     }
+}
+
+void AppProcess::reap()
+{
+    reaped = true;
+
+    const auto patterns = juce::StringArray::fromTokens (MARLODE_FAILURE_PATTERNS, "|", "");
+    const auto text = errorOutput.loadFileAsString();
+    juce::StringArray lines, found;
+    lines.addLines (text);
+
+    for (const auto& line : lines)
+        for (const auto& pattern : patterns)
+            if (line.contains (pattern))
+                found.add (line);
+
+    if (! found.isEmpty())
+        ADD_FAILURE() << "the app reported:\n" << found.joinIntoString ("\n") << "\nIts whole stderr:\n" << text;
 }
 
 bool AppProcess::isRunning()
@@ -52,7 +82,7 @@ bool AppProcess::isRunning()
 
     if (::waitpid (processId, &status, WNOHANG) == processId)
     {
-        reaped = true;
+        reap();
         return false;
     }
 

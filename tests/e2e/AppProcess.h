@@ -7,11 +7,13 @@
 namespace MarlodeTest
 {
 
-/** The real Marlode binary, started with its own HOME; stopped by its PID if a test leaves it. */
+/** The real Marlode binary, started with its own HOME; stopped by its PID if a test leaves it.
+    Its stderr goes to a file beside HOME, and once the process has ended the running test fails
+    on any JUCE assertion, leaked JUCE object or sanitizer report found there. */
 class AppProcess
 {
 public:
-    AppProcess (const juce::StringArray& arguments, const juce::File& home);
+    AppProcess (const juce::StringArray& arguments, const juce::File& home, const char* program = MARLODE_BINARY);
     ~AppProcess();
 
     [[nodiscard]] pid_t pid() const noexcept { return processId; }
@@ -22,6 +24,9 @@ public:
     [[nodiscard]] bool isRunning();
 
 private:
+    void reap();
+
+    juce::File errorOutput;
     pid_t processId = -1;
     int status = -1;
     bool reaped = false;

@@ -5,6 +5,7 @@
 #include <juce_dsp/juce_dsp.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 using namespace MarlodeTest;
@@ -328,6 +329,28 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
            juce::File (MARLODE_BUILD_DIR).getChildFile ("marlode-two-decks.png").getFullPathName() });
     press (window, "ctrl+q");
     EXPECT_EQ (app.waitForExit (10000), 0);
+}
+
+namespace
+{
+    // The harness's own check on a child's stderr, shown on a program that asserts or leaks on
+    // request and otherwise exits 0.
+    void runFailureProbe (const char* fault)
+    {
+        TempFolder temp;
+        AppProcess probe ({ fault }, temp.file ("home"), MARLODE_FAILURE_PROBE);
+        EXPECT_EQ (probe.waitForExit (10000), 0);
+    }
+}
+
+TEST (AppProcessCheck, AnAssertionOrALeakInTheAppFailsTheTest)
+{
+   #if ! JUCE_LOG_ASSERTIONS
+    GTEST_SKIP() << "assertions are compiled out of this build; the checked build runs this";
+   #endif
+    EXPECT_NONFATAL_FAILURE (runFailureProbe ("assertion"), "JUCE Assertion failure");
+    EXPECT_NONFATAL_FAILURE (runFailureProbe ("leak"), "juce_LeakedObjectDetector");
+    runFailureProbe ("none");
 }
 
 int main (int argc, char** argv)

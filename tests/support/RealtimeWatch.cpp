@@ -2,26 +2,152 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
 #include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <new>
+#include <poll.h>
 #include <pthread.h>
+#include <sched.h>
+#include <semaphore.h>
+#include <sys/epoll.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <time.h>
+#include <unistd.h>
 
-extern "C"
-{
-    void* __libc_malloc (size_t);
-    void* __libc_calloc (size_t, size_t);
-    void* __libc_realloc (void*, size_t);
-    void* __libc_memalign (size_t, size_t);
-    void __libc_free (void*);
-}
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+ #define MARLODE_SANITIZED 1
+#elif defined(__has_feature)
+ #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+  #define MARLODE_SANITIZED 1
+ #endif
+#endif
+#ifndef MARLODE_SANITIZED
+ #define MARLODE_SANITIZED 0
+#endif
+
+// Every watched function but the allocators and the open family, which take a variable argument:
+// kind, symbol version (for the functions glibc keeps in two versions), return type, name,
+// parameters, arguments.
+#define MARLODE_FORWARDED_CALLS(X) \
+    X (lock, nullptr, int, pthread_mutex_lock, (pthread_mutex_t* m), (m)) \
+    X (lock, nullptr, int, pthread_mutex_trylock, (pthread_mutex_t* m), (m)) \
+    X (lock, nullptr, int, pthread_mutex_timedlock, (pthread_mutex_t* m, const timespec* t), (m, t)) \
+    X (lock, nullptr, int, pthread_rwlock_rdlock, (pthread_rwlock_t* l), (l)) \
+    X (lock, nullptr, int, pthread_rwlock_tryrdlock, (pthread_rwlock_t* l), (l)) \
+    X (lock, nullptr, int, pthread_rwlock_timedrdlock, (pthread_rwlock_t* l, const timespec* t), (l, t)) \
+    X (lock, nullptr, int, pthread_rwlock_wrlock, (pthread_rwlock_t* l), (l)) \
+    X (lock, nullptr, int, pthread_rwlock_trywrlock, (pthread_rwlock_t* l), (l)) \
+    X (lock, nullptr, int, pthread_rwlock_timedwrlock, (pthread_rwlock_t* l, const timespec* t), (l, t)) \
+    X (lock, nullptr, int, pthread_spin_lock, (pthread_spinlock_t* l), (l)) \
+    X (wait, nullptr, int, sem_wait, (sem_t* s), (s)) \
+    X (wait, nullptr, int, sem_timedwait, (sem_t* s, const timespec* t), (s, t)) \
+    X (wait, nullptr, int, sem_clockwait, (sem_t* s, clockid_t c, const timespec* t), (s, c, t)) \
+    X (wait, "GLIBC_2.3.2", int, pthread_cond_wait, (pthread_cond_t* c, pthread_mutex_t* m), (c, m)) \
+    X (wait, "GLIBC_2.3.2", int, pthread_cond_timedwait, (pthread_cond_t* c, pthread_mutex_t* m, const timespec* t), (c, m, t)) \
+    X (wait, nullptr, int, pthread_cond_clockwait, (pthread_cond_t* c, pthread_mutex_t* m, clockid_t k, const timespec* t), (c, m, k, t)) \
+    X (sleep, nullptr, int, nanosleep, (const timespec* t, timespec* rest), (t, rest)) \
+    X (sleep, nullptr, int, clock_nanosleep, (clockid_t c, int f, const timespec* t, timespec* rest), (c, f, t, rest)) \
+    X (sleep, nullptr, int, usleep, (useconds_t u), (u)) \
+    X (sleep, nullptr, unsigned, sleep, (unsigned s), (s)) \
+    X (sleep, nullptr, int, sched_yield, (), ()) \
+    X (io, nullptr, int, creat, (const char* p, mode_t m), (p, m)) \
+    X (io, nullptr, ssize_t, read, (int fd, void* b, size_t n), (fd, b, n)) \
+    X (io, nullptr, ssize_t, write, (int fd, const void* b, size_t n), (fd, b, n)) \
+    X (io, nullptr, ssize_t, pread, (int fd, void* b, size_t n, off_t o), (fd, b, n, o)) \
+    X (io, nullptr, ssize_t, pwrite, (int fd, const void* b, size_t n, off_t o), (fd, b, n, o)) \
+    X (io, nullptr, ssize_t, pread64, (int fd, void* b, size_t n, off64_t o), (fd, b, n, o)) \
+    X (io, nullptr, ssize_t, pwrite64, (int fd, const void* b, size_t n, off64_t o), (fd, b, n, o)) \
+    X (io, nullptr, ssize_t, readv, (int fd, const iovec* v, int n), (fd, v, n)) \
+    X (io, nullptr, ssize_t, writev, (int fd, const iovec* v, int n), (fd, v, n)) \
+    X (io, nullptr, off_t, lseek, (int fd, off_t o, int w), (fd, o, w)) \
+    X (io, nullptr, off64_t, lseek64, (int fd, off64_t o, int w), (fd, o, w)) \
+    X (io, nullptr, int, close, (int fd), (fd)) \
+    X (io, nullptr, int, fsync, (int fd), (fd)) \
+    X (io, nullptr, int, fdatasync, (int fd), (fd)) \
+    X (io, nullptr, int, ftruncate, (int fd, off_t n), (fd, n)) \
+    X (io, nullptr, int, stat, (const char* p, struct stat* s), (p, s)) \
+    X (io, nullptr, int, stat64, (const char* p, struct stat64* s), (p, s)) \
+    X (io, nullptr, int, lstat, (const char* p, struct stat* s), (p, s)) \
+    X (io, nullptr, int, lstat64, (const char* p, struct stat64* s), (p, s)) \
+    X (io, nullptr, int, fstat, (int fd, struct stat* s), (fd, s)) \
+    X (io, nullptr, int, fstat64, (int fd, struct stat64* s), (fd, s)) \
+    X (io, nullptr, int, access, (const char* p, int m), (p, m)) \
+    X (io, nullptr, int, unlink, (const char* p), (p)) \
+    X (io, nullptr, int, rename, (const char* a, const char* b), (a, b)) \
+    X (io, nullptr, int, mkdir, (const char* p, mode_t m), (p, m)) \
+    X (io, nullptr, FILE*, fopen, (const char* p, const char* m), (p, m)) \
+    X (io, nullptr, FILE*, fopen64, (const char* p, const char* m), (p, m)) \
+    X (io, nullptr, int, fclose, (FILE* f), (f)) \
+    X (io, nullptr, size_t, fread, (void* b, size_t s, size_t n, FILE* f), (b, s, n, f)) \
+    X (io, nullptr, size_t, fwrite, (const void* b, size_t s, size_t n, FILE* f), (b, s, n, f)) \
+    X (io, nullptr, int, fflush, (FILE* f), (f)) \
+    X (io, nullptr, int, fputs, (const char* s, FILE* f), (s, f)) \
+    X (io, nullptr, int, socket, (int d, int t, int p), (d, t, p)) \
+    X (io, nullptr, int, socketpair, (int d, int t, int p, int* fds), (d, t, p, fds)) \
+    X (io, nullptr, int, connect, (int fd, const sockaddr* a, socklen_t n), (fd, a, n)) \
+    X (io, nullptr, int, bind, (int fd, const sockaddr* a, socklen_t n), (fd, a, n)) \
+    X (io, nullptr, int, listen, (int fd, int n), (fd, n)) \
+    X (io, nullptr, int, accept, (int fd, sockaddr* a, socklen_t* n), (fd, a, n)) \
+    X (io, nullptr, int, accept4, (int fd, sockaddr* a, socklen_t* n, int f), (fd, a, n, f)) \
+    X (io, nullptr, int, shutdown, (int fd, int how), (fd, how)) \
+    X (io, nullptr, ssize_t, send, (int fd, const void* b, size_t n, int f), (fd, b, n, f)) \
+    X (io, nullptr, ssize_t, sendto, (int fd, const void* b, size_t n, int f, const sockaddr* a, socklen_t l), (fd, b, n, f, a, l)) \
+    X (io, nullptr, ssize_t, sendmsg, (int fd, const msghdr* m, int f), (fd, m, f)) \
+    X (io, nullptr, ssize_t, recv, (int fd, void* b, size_t n, int f), (fd, b, n, f)) \
+    X (io, nullptr, ssize_t, recvfrom, (int fd, void* b, size_t n, int f, sockaddr* a, socklen_t* l), (fd, b, n, f, a, l)) \
+    X (io, nullptr, ssize_t, recvmsg, (int fd, msghdr* m, int f), (fd, m, f)) \
+    X (io, nullptr, int, poll, (pollfd* p, nfds_t n, int t), (p, n, t)) \
+    X (io, nullptr, int, ppoll, (pollfd* p, nfds_t n, const timespec* t, const sigset_t* s), (p, n, t, s)) \
+    X (io, nullptr, int, select, (int n, fd_set* r, fd_set* w, fd_set* e, timeval* t), (n, r, w, e, t)) \
+    X (io, nullptr, int, epoll_wait, (int fd, epoll_event* e, int n, int t), (fd, e, n, t))
+
+#define MARLODE_OPEN_CALLS(X) X (open) X (open64) X (openat) X (openat64)
 
 namespace
 {
-    // Constant-initialised, so reading it inside malloc never allocates.
+    using Kind = MarlodeTest::RealtimeWatch::Kind;
+
+    enum Watched
+    {
+#define MARLODE_SLOT(kind, version, ret, name, params, args) slot_##name,
+        MARLODE_FORWARDED_CALLS (MARLODE_SLOT)
+#undef MARLODE_SLOT
+#define MARLODE_SLOT(name) slot_##name,
+        MARLODE_OPEN_CALLS (MARLODE_SLOT)
+#undef MARLODE_SLOT
+        numWatched
+    };
+
+    struct WatchedFunction
+    {
+        const char* name;
+        Kind kind;
+    };
+
+    constexpr WatchedFunction watchedFunctions[] = {
+#define MARLODE_ENTRY(kind, version, ret, name, params, args) { #name, Kind::kind },
+        MARLODE_FORWARDED_CALLS (MARLODE_ENTRY)
+#undef MARLODE_ENTRY
+#define MARLODE_ENTRY(name) { #name, Kind::io },
+        MARLODE_OPEN_CALLS (MARLODE_ENTRY)
+#undef MARLODE_ENTRY
+    };
+
+    // Constant-initialised, so reading it inside malloc or a sanitizer hook never allocates.
+    // Written and read only by its own thread.
     thread_local bool watching = false;
+
+    // Written by watched threads, read and reset by the test's thread.
     std::atomic<long> allocationCount { 0 };
-    std::atomic<long> lockCount { 0 };
+    std::atomic<long> callCounts[numWatched] {};
 
     inline void noteAllocation() noexcept
     {
@@ -29,11 +155,25 @@ namespace
             allocationCount.fetch_add (1, std::memory_order_relaxed);
     }
 
-    using MutexFn = int (*) (pthread_mutex_t*);
-
-    MutexFn realMutex (const char* name) noexcept
+    inline void noteCall (Watched slot) noexcept
     {
-        return reinterpret_cast<MutexFn> (dlsym (RTLD_NEXT, name));
+        if (watching)
+            callCounts[slot].fetch_add (1, std::memory_order_relaxed);
+    }
+
+    // The definition after ours: the sanitizer's interceptor when there is one, else the C library's.
+    void* nextDefinition (const char* name, const char* version) noexcept
+    {
+        void* next = version != nullptr ? dlvsym (RTLD_NEXT, name, version) : dlsym (RTLD_NEXT, name);
+        if (next == nullptr)
+            std::abort();
+        return next;
+    }
+
+    // open's mode is there only when the flags create a file.
+    mode_t modeArgument (int flags, va_list args) noexcept
+    {
+        return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE ? (mode_t) va_arg (args, unsigned) : 0;
     }
 }
 
@@ -41,17 +181,91 @@ namespace MarlodeTest
 {
 void RealtimeWatch::begin() noexcept { watching = true; }
 void RealtimeWatch::end() noexcept { watching = false; }
+
 void RealtimeWatch::reset() noexcept
 {
     allocationCount.store (0);
-    lockCount.store (0);
+    for (auto& c : callCounts)
+        c.store (0);
 }
-long RealtimeWatch::allocations() noexcept { return allocationCount.load(); }
-long RealtimeWatch::locks() noexcept { return lockCount.load(); }
+
+long RealtimeWatch::count (Kind kind) noexcept
+{
+    if (kind == Kind::allocation)
+        return allocationCount.load();
+
+    long total = 0;
+    for (int i = 0; i < numWatched; ++i)
+        if (watchedFunctions[i].kind == kind)
+            total += callCounts[i].load();
+    return total;
+}
+
+long RealtimeWatch::calls (const char* function) noexcept
+{
+    for (int i = 0; i < numWatched; ++i)
+        if (std::strcmp (watchedFunctions[i].name, function) == 0)
+            return callCounts[i].load();
+    return -1;
+}
+
+std::string RealtimeWatch::report()
+{
+    std::string text = "allocations " + std::to_string (allocationCount.load());
+    for (int i = 0; i < numWatched; ++i)
+        if (const auto n = callCounts[i].load(); n > 0)
+            text += std::string (", ") + watchedFunctions[i].name + " " + std::to_string (n);
+    return text;
+}
 } // namespace MarlodeTest
 
+#define MARLODE_FORWARD(kind, version, ret, name, params, args) \
+    extern "C" ret name params \
+    { \
+        static const auto next = reinterpret_cast<ret (*) params> (nextDefinition (#name, version)); \
+        noteCall (slot_##name); \
+        return next args; \
+    }
+MARLODE_FORWARDED_CALLS (MARLODE_FORWARD)
+#undef MARLODE_FORWARD
+
+#define MARLODE_FORWARD_OPEN(name, params, args) \
+    extern "C" int name params \
+    { \
+        static const auto next = reinterpret_cast<int (*) (...)> (nextDefinition (#name, nullptr)); \
+        va_list rest; \
+        va_start (rest, flags); \
+        const auto mode = modeArgument (flags, rest); \
+        va_end (rest); \
+        noteCall (slot_##name); \
+        return reinterpret_cast<int (*) params> (next) args; \
+    }
+MARLODE_FORWARD_OPEN (open, (const char* path, int flags, ...), (path, flags, mode))
+MARLODE_FORWARD_OPEN (open64, (const char* path, int flags, ...), (path, flags, mode))
+MARLODE_FORWARD_OPEN (openat, (int dir, const char* path, int flags, ...), (dir, path, flags, mode))
+MARLODE_FORWARD_OPEN (openat64, (int dir, const char* path, int flags, ...), (dir, path, flags, mode))
+#undef MARLODE_FORWARD_OPEN
+
+#if MARLODE_SANITIZED
+// The sanitizer's runtime owns malloc and operator new, and replacing them would run before the
+// runtime is ready; it calls these hooks for every allocation and release of any kind instead.
+extern "C" int __sanitizer_install_malloc_and_free_hooks (void (*) (const volatile void*, size_t),
+                                                          void (*) (const volatile void*));
+namespace
+{
+    void onMalloc (const volatile void*, size_t) { noteAllocation(); }
+    void onFree (const volatile void*) { noteAllocation(); }
+    [[maybe_unused]] const int allocationHooks = __sanitizer_install_malloc_and_free_hooks (onMalloc, onFree);
+}
+#else
 extern "C"
 {
+    void* __libc_malloc (size_t);
+    void* __libc_calloc (size_t, size_t);
+    void* __libc_realloc (void*, size_t);
+    void* __libc_memalign (size_t, size_t);
+    void __libc_free (void*);
+
     void* malloc (size_t size)
     {
         noteAllocation();
@@ -94,22 +308,6 @@ extern "C"
         *out = __libc_memalign (alignment, size);
         return *out != nullptr ? 0 : ENOMEM;
     }
-
-    int pthread_mutex_lock (pthread_mutex_t* m)
-    {
-        static const MutexFn real = realMutex ("pthread_mutex_lock");
-        if (watching)
-            lockCount.fetch_add (1, std::memory_order_relaxed);
-        return real (m);
-    }
-
-    int pthread_mutex_trylock (pthread_mutex_t* m)
-    {
-        static const MutexFn real = realMutex ("pthread_mutex_trylock");
-        if (watching)
-            lockCount.fetch_add (1, std::memory_order_relaxed);
-        return real (m);
-    }
 }
 
 void* operator new (size_t size) { if (auto* p = malloc (size ? size : 1)) return p; throw std::bad_alloc(); }
@@ -131,3 +329,4 @@ void operator delete (void* p, std::align_val_t) noexcept { free (p); }
 void operator delete[] (void* p, std::align_val_t) noexcept { free (p); }
 void operator delete (void* p, size_t, std::align_val_t) noexcept { free (p); }
 void operator delete[] (void* p, size_t, std::align_val_t) noexcept { free (p); }
+#endif
