@@ -26,7 +26,7 @@ namespace
     // add one such call of its own to each block.
     struct WatchedApp : MainAudioAppComponent
     {
-        WatchedApp() : MainAudioAppComponent (true) {}
+        WatchedApp() : MainAudioAppComponent (false) { openOutputDevice(); }
         ~WatchedApp() override { shutdownAudio(); }
 
         void getNextAudioBlock (const juce::AudioSourceChannelInfo& info) override

@@ -34,80 +34,79 @@
 #endif
 
 // Every watched function but the allocators and the open family, which take a variable argument:
-// kind, symbol version (for the functions glibc keeps in two versions), return type, name,
-// parameters, arguments.
+// kind, return type, name, parameters, arguments.
 #define MARLODE_FORWARDED_CALLS(X) \
-    X (lock, nullptr, int, pthread_mutex_lock, (pthread_mutex_t* m), (m)) \
-    X (lock, nullptr, int, pthread_mutex_trylock, (pthread_mutex_t* m), (m)) \
-    X (lock, nullptr, int, pthread_mutex_timedlock, (pthread_mutex_t* m, const timespec* t), (m, t)) \
-    X (lock, nullptr, int, pthread_rwlock_rdlock, (pthread_rwlock_t* l), (l)) \
-    X (lock, nullptr, int, pthread_rwlock_tryrdlock, (pthread_rwlock_t* l), (l)) \
-    X (lock, nullptr, int, pthread_rwlock_timedrdlock, (pthread_rwlock_t* l, const timespec* t), (l, t)) \
-    X (lock, nullptr, int, pthread_rwlock_wrlock, (pthread_rwlock_t* l), (l)) \
-    X (lock, nullptr, int, pthread_rwlock_trywrlock, (pthread_rwlock_t* l), (l)) \
-    X (lock, nullptr, int, pthread_rwlock_timedwrlock, (pthread_rwlock_t* l, const timespec* t), (l, t)) \
-    X (lock, nullptr, int, pthread_spin_lock, (pthread_spinlock_t* l), (l)) \
-    X (wait, nullptr, int, sem_wait, (sem_t* s), (s)) \
-    X (wait, nullptr, int, sem_timedwait, (sem_t* s, const timespec* t), (s, t)) \
-    X (wait, nullptr, int, sem_clockwait, (sem_t* s, clockid_t c, const timespec* t), (s, c, t)) \
-    X (wait, "GLIBC_2.3.2", int, pthread_cond_wait, (pthread_cond_t* c, pthread_mutex_t* m), (c, m)) \
-    X (wait, "GLIBC_2.3.2", int, pthread_cond_timedwait, (pthread_cond_t* c, pthread_mutex_t* m, const timespec* t), (c, m, t)) \
-    X (wait, nullptr, int, pthread_cond_clockwait, (pthread_cond_t* c, pthread_mutex_t* m, clockid_t k, const timespec* t), (c, m, k, t)) \
-    X (sleep, nullptr, int, nanosleep, (const timespec* t, timespec* rest), (t, rest)) \
-    X (sleep, nullptr, int, clock_nanosleep, (clockid_t c, int f, const timespec* t, timespec* rest), (c, f, t, rest)) \
-    X (sleep, nullptr, int, usleep, (useconds_t u), (u)) \
-    X (sleep, nullptr, unsigned, sleep, (unsigned s), (s)) \
-    X (sleep, nullptr, int, sched_yield, (), ()) \
-    X (io, nullptr, int, creat, (const char* p, mode_t m), (p, m)) \
-    X (io, nullptr, ssize_t, read, (int fd, void* b, size_t n), (fd, b, n)) \
-    X (io, nullptr, ssize_t, write, (int fd, const void* b, size_t n), (fd, b, n)) \
-    X (io, nullptr, ssize_t, pread, (int fd, void* b, size_t n, off_t o), (fd, b, n, o)) \
-    X (io, nullptr, ssize_t, pwrite, (int fd, const void* b, size_t n, off_t o), (fd, b, n, o)) \
-    X (io, nullptr, ssize_t, pread64, (int fd, void* b, size_t n, off64_t o), (fd, b, n, o)) \
-    X (io, nullptr, ssize_t, pwrite64, (int fd, const void* b, size_t n, off64_t o), (fd, b, n, o)) \
-    X (io, nullptr, ssize_t, readv, (int fd, const iovec* v, int n), (fd, v, n)) \
-    X (io, nullptr, ssize_t, writev, (int fd, const iovec* v, int n), (fd, v, n)) \
-    X (io, nullptr, off_t, lseek, (int fd, off_t o, int w), (fd, o, w)) \
-    X (io, nullptr, off64_t, lseek64, (int fd, off64_t o, int w), (fd, o, w)) \
-    X (io, nullptr, int, close, (int fd), (fd)) \
-    X (io, nullptr, int, fsync, (int fd), (fd)) \
-    X (io, nullptr, int, fdatasync, (int fd), (fd)) \
-    X (io, nullptr, int, ftruncate, (int fd, off_t n), (fd, n)) \
-    X (io, nullptr, int, stat, (const char* p, struct stat* s), (p, s)) \
-    X (io, nullptr, int, stat64, (const char* p, struct stat64* s), (p, s)) \
-    X (io, nullptr, int, lstat, (const char* p, struct stat* s), (p, s)) \
-    X (io, nullptr, int, lstat64, (const char* p, struct stat64* s), (p, s)) \
-    X (io, nullptr, int, fstat, (int fd, struct stat* s), (fd, s)) \
-    X (io, nullptr, int, fstat64, (int fd, struct stat64* s), (fd, s)) \
-    X (io, nullptr, int, access, (const char* p, int m), (p, m)) \
-    X (io, nullptr, int, unlink, (const char* p), (p)) \
-    X (io, nullptr, int, rename, (const char* a, const char* b), (a, b)) \
-    X (io, nullptr, int, mkdir, (const char* p, mode_t m), (p, m)) \
-    X (io, nullptr, FILE*, fopen, (const char* p, const char* m), (p, m)) \
-    X (io, nullptr, FILE*, fopen64, (const char* p, const char* m), (p, m)) \
-    X (io, nullptr, int, fclose, (FILE* f), (f)) \
-    X (io, nullptr, size_t, fread, (void* b, size_t s, size_t n, FILE* f), (b, s, n, f)) \
-    X (io, nullptr, size_t, fwrite, (const void* b, size_t s, size_t n, FILE* f), (b, s, n, f)) \
-    X (io, nullptr, int, fflush, (FILE* f), (f)) \
-    X (io, nullptr, int, fputs, (const char* s, FILE* f), (s, f)) \
-    X (io, nullptr, int, socket, (int d, int t, int p), (d, t, p)) \
-    X (io, nullptr, int, socketpair, (int d, int t, int p, int* fds), (d, t, p, fds)) \
-    X (io, nullptr, int, connect, (int fd, const sockaddr* a, socklen_t n), (fd, a, n)) \
-    X (io, nullptr, int, bind, (int fd, const sockaddr* a, socklen_t n), (fd, a, n)) \
-    X (io, nullptr, int, listen, (int fd, int n), (fd, n)) \
-    X (io, nullptr, int, accept, (int fd, sockaddr* a, socklen_t* n), (fd, a, n)) \
-    X (io, nullptr, int, accept4, (int fd, sockaddr* a, socklen_t* n, int f), (fd, a, n, f)) \
-    X (io, nullptr, int, shutdown, (int fd, int how), (fd, how)) \
-    X (io, nullptr, ssize_t, send, (int fd, const void* b, size_t n, int f), (fd, b, n, f)) \
-    X (io, nullptr, ssize_t, sendto, (int fd, const void* b, size_t n, int f, const sockaddr* a, socklen_t l), (fd, b, n, f, a, l)) \
-    X (io, nullptr, ssize_t, sendmsg, (int fd, const msghdr* m, int f), (fd, m, f)) \
-    X (io, nullptr, ssize_t, recv, (int fd, void* b, size_t n, int f), (fd, b, n, f)) \
-    X (io, nullptr, ssize_t, recvfrom, (int fd, void* b, size_t n, int f, sockaddr* a, socklen_t* l), (fd, b, n, f, a, l)) \
-    X (io, nullptr, ssize_t, recvmsg, (int fd, msghdr* m, int f), (fd, m, f)) \
-    X (io, nullptr, int, poll, (pollfd* p, nfds_t n, int t), (p, n, t)) \
-    X (io, nullptr, int, ppoll, (pollfd* p, nfds_t n, const timespec* t, const sigset_t* s), (p, n, t, s)) \
-    X (io, nullptr, int, select, (int n, fd_set* r, fd_set* w, fd_set* e, timeval* t), (n, r, w, e, t)) \
-    X (io, nullptr, int, epoll_wait, (int fd, epoll_event* e, int n, int t), (fd, e, n, t))
+    X (lock, int, pthread_mutex_lock, (pthread_mutex_t* m), (m)) \
+    X (lock, int, pthread_mutex_trylock, (pthread_mutex_t* m), (m)) \
+    X (lock, int, pthread_mutex_timedlock, (pthread_mutex_t* m, const timespec* t), (m, t)) \
+    X (lock, int, pthread_rwlock_rdlock, (pthread_rwlock_t* l), (l)) \
+    X (lock, int, pthread_rwlock_tryrdlock, (pthread_rwlock_t* l), (l)) \
+    X (lock, int, pthread_rwlock_timedrdlock, (pthread_rwlock_t* l, const timespec* t), (l, t)) \
+    X (lock, int, pthread_rwlock_wrlock, (pthread_rwlock_t* l), (l)) \
+    X (lock, int, pthread_rwlock_trywrlock, (pthread_rwlock_t* l), (l)) \
+    X (lock, int, pthread_rwlock_timedwrlock, (pthread_rwlock_t* l, const timespec* t), (l, t)) \
+    X (lock, int, pthread_spin_lock, (pthread_spinlock_t* l), (l)) \
+    X (wait, int, sem_wait, (sem_t* s), (s)) \
+    X (wait, int, sem_timedwait, (sem_t* s, const timespec* t), (s, t)) \
+    X (wait, int, sem_clockwait, (sem_t* s, clockid_t c, const timespec* t), (s, c, t)) \
+    X (wait, int, pthread_cond_wait, (pthread_cond_t* c, pthread_mutex_t* m), (c, m)) \
+    X (wait, int, pthread_cond_timedwait, (pthread_cond_t* c, pthread_mutex_t* m, const timespec* t), (c, m, t)) \
+    X (wait, int, pthread_cond_clockwait, (pthread_cond_t* c, pthread_mutex_t* m, clockid_t k, const timespec* t), (c, m, k, t)) \
+    X (sleep, int, nanosleep, (const timespec* t, timespec* rest), (t, rest)) \
+    X (sleep, int, clock_nanosleep, (clockid_t c, int f, const timespec* t, timespec* rest), (c, f, t, rest)) \
+    X (sleep, int, usleep, (useconds_t u), (u)) \
+    X (sleep, unsigned, sleep, (unsigned s), (s)) \
+    X (sleep, int, sched_yield, (), ()) \
+    X (io, int, creat, (const char* p, mode_t m), (p, m)) \
+    X (io, ssize_t, read, (int fd, void* b, size_t n), (fd, b, n)) \
+    X (io, ssize_t, write, (int fd, const void* b, size_t n), (fd, b, n)) \
+    X (io, ssize_t, pread, (int fd, void* b, size_t n, off_t o), (fd, b, n, o)) \
+    X (io, ssize_t, pwrite, (int fd, const void* b, size_t n, off_t o), (fd, b, n, o)) \
+    X (io, ssize_t, pread64, (int fd, void* b, size_t n, off64_t o), (fd, b, n, o)) \
+    X (io, ssize_t, pwrite64, (int fd, const void* b, size_t n, off64_t o), (fd, b, n, o)) \
+    X (io, ssize_t, readv, (int fd, const iovec* v, int n), (fd, v, n)) \
+    X (io, ssize_t, writev, (int fd, const iovec* v, int n), (fd, v, n)) \
+    X (io, off_t, lseek, (int fd, off_t o, int w), (fd, o, w)) \
+    X (io, off64_t, lseek64, (int fd, off64_t o, int w), (fd, o, w)) \
+    X (io, int, close, (int fd), (fd)) \
+    X (io, int, fsync, (int fd), (fd)) \
+    X (io, int, fdatasync, (int fd), (fd)) \
+    X (io, int, ftruncate, (int fd, off_t n), (fd, n)) \
+    X (io, int, stat, (const char* p, struct stat* s), (p, s)) \
+    X (io, int, stat64, (const char* p, struct stat64* s), (p, s)) \
+    X (io, int, lstat, (const char* p, struct stat* s), (p, s)) \
+    X (io, int, lstat64, (const char* p, struct stat64* s), (p, s)) \
+    X (io, int, fstat, (int fd, struct stat* s), (fd, s)) \
+    X (io, int, fstat64, (int fd, struct stat64* s), (fd, s)) \
+    X (io, int, access, (const char* p, int m), (p, m)) \
+    X (io, int, unlink, (const char* p), (p)) \
+    X (io, int, rename, (const char* a, const char* b), (a, b)) \
+    X (io, int, mkdir, (const char* p, mode_t m), (p, m)) \
+    X (io, FILE*, fopen, (const char* p, const char* m), (p, m)) \
+    X (io, FILE*, fopen64, (const char* p, const char* m), (p, m)) \
+    X (io, int, fclose, (FILE* f), (f)) \
+    X (io, size_t, fread, (void* b, size_t s, size_t n, FILE* f), (b, s, n, f)) \
+    X (io, size_t, fwrite, (const void* b, size_t s, size_t n, FILE* f), (b, s, n, f)) \
+    X (io, int, fflush, (FILE* f), (f)) \
+    X (io, int, fputs, (const char* s, FILE* f), (s, f)) \
+    X (io, int, socket, (int d, int t, int p), (d, t, p)) \
+    X (io, int, socketpair, (int d, int t, int p, int* fds), (d, t, p, fds)) \
+    X (io, int, connect, (int fd, const sockaddr* a, socklen_t n), (fd, a, n)) \
+    X (io, int, bind, (int fd, const sockaddr* a, socklen_t n), (fd, a, n)) \
+    X (io, int, listen, (int fd, int n), (fd, n)) \
+    X (io, int, accept, (int fd, sockaddr* a, socklen_t* n), (fd, a, n)) \
+    X (io, int, accept4, (int fd, sockaddr* a, socklen_t* n, int f), (fd, a, n, f)) \
+    X (io, int, shutdown, (int fd, int how), (fd, how)) \
+    X (io, ssize_t, send, (int fd, const void* b, size_t n, int f), (fd, b, n, f)) \
+    X (io, ssize_t, sendto, (int fd, const void* b, size_t n, int f, const sockaddr* a, socklen_t l), (fd, b, n, f, a, l)) \
+    X (io, ssize_t, sendmsg, (int fd, const msghdr* m, int f), (fd, m, f)) \
+    X (io, ssize_t, recv, (int fd, void* b, size_t n, int f), (fd, b, n, f)) \
+    X (io, ssize_t, recvfrom, (int fd, void* b, size_t n, int f, sockaddr* a, socklen_t* l), (fd, b, n, f, a, l)) \
+    X (io, ssize_t, recvmsg, (int fd, msghdr* m, int f), (fd, m, f)) \
+    X (io, int, poll, (pollfd* p, nfds_t n, int t), (p, n, t)) \
+    X (io, int, ppoll, (pollfd* p, nfds_t n, const timespec* t, const sigset_t* s), (p, n, t, s)) \
+    X (io, int, select, (int n, fd_set* r, fd_set* w, fd_set* e, timeval* t), (n, r, w, e, t)) \
+    X (io, int, epoll_wait, (int fd, epoll_event* e, int n, int t), (fd, e, n, t))
 
 #define MARLODE_OPEN_CALLS(X) X (open) X (open64) X (openat) X (openat64)
 
@@ -117,7 +116,7 @@ namespace
 
     enum Watched
     {
-#define MARLODE_SLOT(kind, version, ret, name, params, args) slot_##name,
+#define MARLODE_SLOT(kind, ret, name, params, args) slot_##name,
         MARLODE_FORWARDED_CALLS (MARLODE_SLOT)
 #undef MARLODE_SLOT
 #define MARLODE_SLOT(name) slot_##name,
@@ -133,7 +132,7 @@ namespace
     };
 
     constexpr WatchedFunction watchedFunctions[] = {
-#define MARLODE_ENTRY(kind, version, ret, name, params, args) { #name, Kind::kind },
+#define MARLODE_ENTRY(kind, ret, name, params, args) { #name, Kind::kind },
         MARLODE_FORWARDED_CALLS (MARLODE_ENTRY)
 #undef MARLODE_ENTRY
 #define MARLODE_ENTRY(name) { #name, Kind::io },
@@ -161,10 +160,12 @@ namespace
             callCounts[slot].fetch_add (1, std::memory_order_relaxed);
     }
 
-    // The definition after ours: the sanitizer's interceptor when there is one, else the C library's.
-    void* nextDefinition (const char* name, const char* version) noexcept
+    // The definition after ours: the sanitizer's interceptor when there is one, else the C
+    // library's default version. (A versioned lookup would pass over the interceptors, which
+    // carry no version, and the sanitizer would miss the call.)
+    void* nextDefinition (const char* name) noexcept
     {
-        void* next = version != nullptr ? dlvsym (RTLD_NEXT, name, version) : dlsym (RTLD_NEXT, name);
+        void* next = dlsym (RTLD_NEXT, name);
         if (next == nullptr)
             std::abort();
         return next;
@@ -219,10 +220,10 @@ std::string RealtimeWatch::report()
 }
 } // namespace MarlodeTest
 
-#define MARLODE_FORWARD(kind, version, ret, name, params, args) \
+#define MARLODE_FORWARD(kind, ret, name, params, args) \
     extern "C" ret name params \
     { \
-        static const auto next = reinterpret_cast<ret (*) params> (nextDefinition (#name, version)); \
+        static const auto next = reinterpret_cast<ret (*) params> (nextDefinition (#name)); \
         noteCall (slot_##name); \
         return next args; \
     }
@@ -232,7 +233,7 @@ MARLODE_FORWARDED_CALLS (MARLODE_FORWARD)
 #define MARLODE_FORWARD_OPEN(name, params, args) \
     extern "C" int name params \
     { \
-        static const auto next = reinterpret_cast<int (*) (...)> (nextDefinition (#name, nullptr)); \
+        static const auto next = reinterpret_cast<int (*) (...)> (nextDefinition (#name)); \
         va_list rest; \
         va_start (rest, flags); \
         const auto mode = modeArgument (flags, rest); \
