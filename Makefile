@@ -1,9 +1,18 @@
 # Everything starts here: `make run` and `make test` install what is missing, configure and build.
+# build/ holds the release the user runs and the benchmarks measure; the tests build elsewhere:
+# build-check/ (optimised, JUCE assertions and leak detection live), build-asan/ and build-tsan/.
 BUILD_DIR ?= build
+CHECK_DIR ?= build-check
+ASAN_DIR ?= build-asan
+TSAN_DIR ?= build-tsan
 JOBS ?= $(shell nproc)
 FILES ?=
+CTEST_ARGS ?=
 
-.PHONY: all setup configure build run test bench fuzz clean
+TEST_CONFIG = -DCMAKE_BUILD_TYPE=Release -DMARLODE_CHECKED=ON -DMARLODE_BENCHMARKS=OFF
+CTEST = scripts/with-test-env.sh ctest --output-on-failure $(CTEST_ARGS) --test-dir
+
+.PHONY: all setup configure build run test asan tsan bench fuzz clean
 
 all: build
 
@@ -13,6 +22,15 @@ setup:
 $(BUILD_DIR)/CMakeCache.txt: | setup
 	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release
 
+$(CHECK_DIR)/CMakeCache.txt: | setup
+	cmake -S . -B $(CHECK_DIR) $(TEST_CONFIG)
+
+$(ASAN_DIR)/CMakeCache.txt: | setup
+	cmake -S . -B $(ASAN_DIR) $(TEST_CONFIG) -DMARLODE_SANITIZE=address
+
+$(TSAN_DIR)/CMakeCache.txt: | setup
+	cmake -S . -B $(TSAN_DIR) $(TEST_CONFIG) -DMARLODE_SANITIZE=thread
+
 configure: setup $(BUILD_DIR)/CMakeCache.txt
 
 build: configure
@@ -21,8 +39,22 @@ build: configure
 run: build
 	$(BUILD_DIR)/Marlode $(FILES)
 
-test: build
-	scripts/with-test-env.sh ctest --test-dir $(BUILD_DIR) --output-on-failure --timeout 600
+test: setup $(CHECK_DIR)/CMakeCache.txt
+	cmake --build $(CHECK_DIR) -j $(JOBS)
+	$(CTEST) $(CHECK_DIR) --timeout 600
+
+# The sanitizers slow the code several times over, hence the longer per-test limit.
+asan: setup $(ASAN_DIR)/CMakeCache.txt
+	cmake --build $(ASAN_DIR) -j $(JOBS)
+	ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:detect_stack_use_after_return=0 \
+	UBSAN_OPTIONS=print_stacktrace=1 \
+	LSAN_OPTIONS=suppressions=$(CURDIR)/tests/sanitizers/lsan.supp:print_suppressions=0 \
+	$(CTEST) $(ASAN_DIR) --timeout 1200
+
+tsan: setup $(TSAN_DIR)/CMakeCache.txt
+	cmake --build $(TSAN_DIR) -j $(JOBS)
+	TSAN_OPTIONS=suppressions=$(CURDIR)/tests/sanitizers/tsan.supp:second_deadlock_stack=1:print_suppressions=0 \
+	$(CTEST) $(TSAN_DIR) --timeout 1200
 
 bench: build
 	$(BUILD_DIR)/marlode_bench --benchmark_color=false
@@ -41,4 +73,4 @@ fuzz: setup
 	    -dict=fuzz/xml.dict -artifact_prefix=$(FUZZ_DIR)/findings/ -print_final_stats=1 $(FUZZ_DIR)/corpus $(FUZZ_SEEDS)
 
 clean:
-	rm -rf $(BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(CHECK_DIR) $(ASAN_DIR) $(TSAN_DIR)

@@ -28,7 +28,9 @@ void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
 
     CrashHandler::install();
 
+    // The window fits itself around its content from here on, so the content needs a size first.
     auto* content = new MainAudioAppComponent();
+    content->setSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
     mainWindow->setContentOwned (content, true);
 
     // Keys that reach no focused component arrive at the window itself.
@@ -154,21 +156,25 @@ int runMarlode (int argc, const char* argv[])
     auto& channel = InstanceChannel::forThisProcess();
     channel = std::make_unique<InstanceChannel> (defaultAppDataDirectory().getChildFile ("instance.sock"));
 
+    // The channel goes before the statics that count JUCE objects, on every way out.
+    auto result = 0;
+
     switch (channel->claim (InstanceChannel::absolutePaths (arguments, juce::File::getCurrentWorkingDirectory())))
     {
         case InstanceChannel::Role::handedOver:
-            return 0;
+            break;
 
         case InstanceChannel::Role::refused:
             std::cerr << "Marlode: the running instance refused the files of this launch" << std::endl;
-            return 1;
+            result = 1;
+            break;
 
         case InstanceChannel::Role::first:
         case InstanceChannel::Role::unavailable:
+            result = juce::JUCEApplicationBase::main (argc, argv);
             break;
     }
 
-    const auto result = juce::JUCEApplicationBase::main (argc, argv);
     channel.reset();
     return result;
 }

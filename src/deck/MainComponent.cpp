@@ -509,7 +509,8 @@ void MainComponent::buttonClicked (juce::Button* button)
     else if (! isVisible())
     {
         setVisible (true);
-        grabKeyboardFocus();
+        if (isShowing())
+            grabKeyboardFocus();
         restoreFocus();
     }
 }

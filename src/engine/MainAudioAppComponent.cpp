@@ -47,13 +47,7 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
     addDeck (nullptr);
 
     if (openAudioDevice)
-    {
-        deviceManager.addChangeListener (this);
-        setAudioChannels (0, numChannels, savedAudioState.get());
-
-        // The device layer reports a device that is already open only through later changes.
-        changeListenerCallback (&deviceManager);
-    }
+        openOutputDevice();
 
     juce::Timer::callAfterDelay (300, [safe = juce::Component::SafePointer<MainAudioAppComponent> (this)]
                                  {
@@ -62,6 +56,15 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
                                              deck->restoreFocus();
                                  });
     startTimer (33);
+}
+
+void MainAudioAppComponent::openOutputDevice()
+{
+    deviceManager.addChangeListener (this);
+    setAudioChannels (0, numChannels, savedAudioState.get());
+
+    // The device layer reports a device that is already open only through later changes.
+    changeListenerCallback (&deviceManager);
 }
 
 MainAudioAppComponent::~MainAudioAppComponent()

@@ -38,6 +38,11 @@ public:
     explicit MainAudioAppComponent (bool openAudioDevice = true);
     ~MainAudioAppComponent() override;
 
+    /** Message thread: listens for device changes and opens the output device. Once the device
+        runs, the audio thread calls getNextAudioBlock, so a subclass that overrides it opens the
+        device only when it is whole. */
+    void openOutputDevice();
+
     //==============================================================================
     void prepareToPlay (int samplesPerBlockExpected, double sampleRate) override;
     void releaseResources() override;

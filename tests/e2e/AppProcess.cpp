@@ -1,5 +1,7 @@
 #include "e2e/AppProcess.h"
 
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
@@ -28,6 +30,8 @@ AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& ho
 
 AppProcess::AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home,
                         const Limits& limits)
+    : errorOutput (limits.errorOutput != juce::File() ? limits.errorOutput
+                                                      : home.getSiblingFile (home.getFileName() + "-stderr.txt"))
 {
     home.createDirectory();
 
@@ -54,9 +58,8 @@ AppProcess::AppProcess (const juce::String& program, const juce::StringArray& ar
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init (&actions);
-    if (limits.errorOutput != juce::File())
-        posix_spawn_file_actions_addopen (&actions, STDERR_FILENO, limits.errorOutput.getFullPathName().toRawUTF8(),
-                                          O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen (&actions, STDERR_FILENO, errorOutput.getFullPathName().toRawUTF8(),
+                                      O_WRONLY | O_CREAT | O_TRUNC, 0644);
 
     if (posix_spawn (&processId, args[0].c_str(), &actions, nullptr, argv.data(), envp.data()) != 0)
         processId = -1;
@@ -70,7 +73,26 @@ AppProcess::~AppProcess()
     {
         ::kill (processId, SIGKILL);
         ::waitpid (processId, &status, 0);
+        reap();
     }
+}
+
+void AppProcess::reap()
+{
+    reaped = true;
+
+    const auto patterns = juce::StringArray::fromTokens (MARLODE_FAILURE_PATTERNS, "|", "");
+    const auto text = errorOutput.loadFileAsString();
+    juce::StringArray lines, found;
+    lines.addLines (text);
+
+    for (const auto& line : lines)
+        for (const auto& pattern : patterns)
+            if (line.contains (pattern))
+                found.add (line);
+
+    if (! found.isEmpty())
+        ADD_FAILURE() << "the app reported:\n" << found.joinIntoString ("\n") << "\nIts whole stderr:\n" << text;
 }
 
 bool AppProcess::isRunning()
@@ -80,7 +102,7 @@ bool AppProcess::isRunning()
 
     if (::waitpid (processId, &status, WNOHANG) == processId)
     {
-        reaped = true;
+        reap();
         return false;
     }
 

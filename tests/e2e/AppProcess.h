@@ -7,14 +7,16 @@
 namespace MarlodeTest
 {
 
-/** The real Marlode binary, started with its own HOME; stopped by its PID if a test leaves it. */
+/** The real Marlode binary, started with its own HOME; stopped by its PID if a test leaves it.
+    Its stderr goes to a file beside HOME, and once the process has ended the running test fails
+    on any JUCE assertion, leaked JUCE object or sanitizer report found there. */
 class AppProcess
 {
 public:
     struct Limits
     {
         juce::int64 addressSpaceKB = 0; // through the shell's `ulimit -v`; 0 for none
-        juce::File errorOutput;         // where stderr goes; the test's own stderr when unset
+        juce::File errorOutput;         // where stderr goes; a file beside HOME when unset
     };
 
     AppProcess (const juce::StringArray& arguments, const juce::File& home);
@@ -36,6 +38,9 @@ public:
     [[nodiscard]] int endingSignal() const;
 
 private:
+    void reap();
+
+    juce::File errorOutput;
     pid_t processId = -1;
     int status = -1;
     bool reaped = false;

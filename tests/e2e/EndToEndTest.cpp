@@ -5,6 +5,7 @@
 #include <juce_dsp/juce_dsp.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 using namespace MarlodeTest;
@@ -387,7 +388,8 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
     EXPECT_EQ (app.waitForExit (10000), 0);
 }
 
-//==============================================================================
+//=======================================================================}
+
 namespace
 {
     // The visible main window of one process, waiting up to timeoutMs; empty when none came.
@@ -575,6 +577,27 @@ TEST_F (EndToEnd, ACrashWhilePlayingIsLoggedAndEndsTheProcessByItsSignal)
         << log.substring (0, 200);
     EXPECT_TRUE (log.contains ("\r\n\r\n/")) << "the frames follow the header";
     EXPECT_TRUE (log.endsWith ("\r\n\r\n"));
+=======
+namespace
+{
+    // The harness's own check on a child's stderr, shown on a program that asserts or leaks on
+    // request and otherwise exits 0.
+    void runFailureProbe (const char* fault)
+    {
+        TempFolder temp;
+        AppProcess probe (MARLODE_FAILURE_PROBE, { fault }, temp.file ("home"));
+        EXPECT_EQ (probe.waitForExit (10000), 0);
+    }
+}
+
+TEST (AppProcessCheck, AnAssertionOrALeakInTheAppFailsTheTest)
+{
+   #if ! JUCE_LOG_ASSERTIONS
+    GTEST_SKIP() << "assertions are compiled out of this build; the checked build runs this";
+   #endif
+    EXPECT_NONFATAL_FAILURE (runFailureProbe ("assertion"), "JUCE Assertion failure");
+    EXPECT_NONFATAL_FAILURE (runFailureProbe ("leak"), "juce_LeakedObjectDetector");
+    runFailureProbe ("none");
 }
 
 int main (int argc, char** argv)
