@@ -388,7 +388,7 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
     EXPECT_EQ (app.waitForExit (10000), 0);
 }
 
-//=======================================================================}
+//==============================================================================
 
 namespace
 {
@@ -577,7 +577,8 @@ TEST_F (EndToEnd, ACrashWhilePlayingIsLoggedAndEndsTheProcessByItsSignal)
         << log.substring (0, 200);
     EXPECT_TRUE (log.contains ("\r\n\r\n/")) << "the frames follow the header";
     EXPECT_TRUE (log.endsWith ("\r\n\r\n"));
-=======
+}
+
 namespace
 {
     // The harness's own check on a child's stderr, shown on a program that asserts or leaks on

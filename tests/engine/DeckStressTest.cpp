@@ -11,7 +11,7 @@ namespace
     // The application's content on the real device, with the loudest sample of every block kept.
     struct ListenedApp : MainAudioAppComponent
     {
-        ListenedApp() : MainAudioAppComponent (true) {}
+        ListenedApp() : MainAudioAppComponent (false) { openOutputDevice(); }
         ~ListenedApp() override { shutdownAudio(); }
 
         void getNextAudioBlock (const juce::AudioSourceChannelInfo& info) override
