@@ -334,6 +334,10 @@ namespace
 
             const std::string name (p, attributeEnd);
             p = attributeEnd;
+
+            if (! juce::XmlElement::isValidXmlName (toString (name)))
+                return fail ("illegal attribute name in " + tagText());
+
             skipSpace();
 
             if (p >= end || *p != '=')
@@ -418,7 +422,13 @@ namespace
                     return nullptr;
 
                 std::string tag (p, tagEnd);
-                auto element = std::make_unique<juce::XmlElement> (toString (p, tagEnd));
+                const auto tagName = toString (p, tagEnd);
+
+                // The framework's element and attribute types hold only names that its own rule allows.
+                if (! juce::XmlElement::isValidXmlName (tagName))
+                    return fail ("illegal tag name " + tagName);
+
+                auto element = std::make_unique<juce::XmlElement> (tagName);
                 p = tagEnd;
                 bool empty = false;
                 int count = 0;

@@ -812,21 +812,20 @@ void WaveformComponent::setLoopToEndOfTrack()
 }
 
 //==============================================================================
-const juce::MouseCursor* WaveformComponent::cursorForModifiers (const juce::ModifierKeys& m) const
+// The cursor's type, not a cursor: a cursor kept in a static would outlive the windowing system
+// and bring it back to life at exit.
+juce::MouseCursor::StandardCursorType WaveformComponent::cursorForModifiers (const juce::ModifierKeys& m) const
 {
-    static const juce::MouseCursor replayCursor (juce::MouseCursor::LeftRightResizeCursor),
-        startCursor (juce::MouseCursor::RightEdgeResizeCursor), endCursor (juce::MouseCursor::LeftEdgeResizeCursor);
-
     const auto code = modifierCode (m);
 
     if (code == loopStartModifiers && loopStartTab.isVisible())
-        return &startCursor;
+        return juce::MouseCursor::RightEdgeResizeCursor;
     if (code == loopEndModifiers && loopEndTab.isVisible())
-        return &endCursor;
+        return juce::MouseCursor::LeftEdgeResizeCursor;
     if (code == replayModifiers && replayTab.isVisible())
-        return &replayCursor;
+        return juce::MouseCursor::LeftRightResizeCursor;
 
-    return nullptr;
+    return juce::MouseCursor::NormalCursor;
 }
 
 void WaveformComponent::mouseMove (const juce::MouseEvent& e)
@@ -835,8 +834,8 @@ void WaveformComponent::mouseMove (const juce::MouseEvent& e)
 
     if (! mouseInsideWaveform)
         setMouseCursor (juce::MouseCursor::NormalCursor);
-    else if (auto* tabCursor = cursorForModifiers (e.mods))
-        setMouseCursor (*tabCursor);
+    else if (const auto tabCursor = cursorForModifiers (e.mods); tabCursor != juce::MouseCursor::NormalCursor)
+        setMouseCursor (tabCursor);
 }
 
 void WaveformComponent::mouseExit (const juce::MouseEvent&)
@@ -850,8 +849,7 @@ void WaveformComponent::modifierKeysChanged (const juce::ModifierKeys& modifiers
     if (! mouseInsideWaveform)
         return;
 
-    auto* tabCursor = cursorForModifiers (modifiers);
-    setMouseCursor (tabCursor != nullptr ? *tabCursor : juce::MouseCursor (juce::MouseCursor::NormalCursor));
+    setMouseCursor (cursorForModifiers (modifiers));
 }
 
 void WaveformComponent::mouseDown (const juce::MouseEvent& e)

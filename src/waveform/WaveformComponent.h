@@ -138,7 +138,7 @@ private:
     void switchFollowOffLater();
     void nudgeBeforeLoopEnd (std::atomic<double>& marker, bool right);
     static void place (juce::DrawableRectangle&, juce::Rectangle<float>);
-    const juce::MouseCursor* cursorForModifiers (const juce::ModifierKeys&) const;
+    juce::MouseCursor::StandardCursorType cursorForModifiers (const juce::ModifierKeys&) const;
     double timeAt (double pixel) const noexcept { return pixel / imageWidth * viewSpan + viewStart; }
 
     juce::AudioFormatManager& formatManager;

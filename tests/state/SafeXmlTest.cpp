@@ -74,6 +74,8 @@ TEST (SafeXml, HostileDocumentsAreRefusedWithoutRecursionOrFileAccess)
     EXPECT_EQ (rejection ("<a>" + repeated ("<b/>", 100001) + "</a>"), "too many elements");
     EXPECT_EQ (rejection ("<a x=1/>"), "unquoted attribute in a");
     EXPECT_EQ (rejection ("< a/>"), "tag name missing");
+    EXPECT_EQ (rejection ("<1a/>"), "illegal tag name 1a");
+    EXPECT_EQ (rejection ("<a -x=\"\"/>"), "illegal attribute name in a");
     EXPECT_EQ (rejection (""), "not enough input");
     EXPECT_EQ (rejection ("plain text"), "no root element");
 
@@ -156,7 +158,7 @@ TEST (SafeXml, TheUsersDocumentsNeitherHangNorReadPastTheEnd)
 
     // Bad UTF-8 in a String reaches the walk as the bytes it came from.
     const char tail[] = { '<', 'a', ' ', 'x', '=', '"', (char) 0xf0, (char) 0x9f, 0 };
-    EXPECT_EQ (rejection (juce::String::fromUTF8 (tail, (int) sizeof (tail) - 1)), "invalid UTF-8");
+    EXPECT_EQ (rejection (juce::String (juce::CharPointer_UTF8 (tail))), "invalid UTF-8");
     for (const auto* bad : { "<a>\xc0\xaf</a>", "<a>\xed\xa0\x80</a>", "<a>\xf4\x90\x80\x80</a>", "<a>\xff</a>", "<a>\xe2\x82</a>" })
         EXPECT_EQ (bytesRejection (juce::MemoryBlock (bad, std::strlen (bad))), "invalid UTF-8") << bad;
     EXPECT_EQ (bytesRejection (juce::MemoryBlock ("<a>\0</a>", 8)), "invalid UTF-8");
