@@ -49,12 +49,6 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
     if (openAudioDevice)
         openOutputDevice();
 
-    juce::Timer::callAfterDelay (300, [safe = juce::Component::SafePointer<MainAudioAppComponent> (this)]
-                                 {
-                                     if (safe != nullptr)
-                                         if (auto* deck = safe->getCurrentDeck())
-                                             deck->restoreFocus();
-                                 });
     startTimer (33);
 }
 
@@ -561,6 +555,11 @@ void MainAudioAppComponent::menuItemChosen (int id)
 void MainAudioAppComponent::timerCallback()
 {
     tickRelayListeners();
+
+    // The window takes focus somewhat after it shows; the deck gets it back once that is over.
+    if (ticksUntilFocus > 0 && --ticksUntilFocus == 0)
+        if (auto* deck = getCurrentDeck())
+            deck->restoreFocus();
 }
 
 void MainAudioAppComponent::resized()

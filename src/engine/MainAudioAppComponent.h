@@ -97,6 +97,9 @@ public:
 
     // The message thread writes both; the audio thread reads them, and clears previousDeck once
     // that deck's stop has taken effect.
+    // Interface ticks left (33 ms each, about 300 ms) before the deck first takes keyboard focus.
+    int ticksUntilFocus = 9;
+
     std::atomic<MainComponent*> currentDeck { nullptr };
     std::atomic<MainComponent*> previousDeck { nullptr };
 
