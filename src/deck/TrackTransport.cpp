@@ -126,6 +126,10 @@ public:
 
     void attach() { thread.addTimeSliceClient (this); }
 
+    /** Ends this stream's reading (waiting for a slice under way); the audio thread may still
+        play what the ring holds. */
+    void detach() { thread.removeTimeSliceClient (this); }
+
     /** Message thread: the read-ahead answers this stream's requests first, at once. */
     void wake() { thread.moveToFrontOfQueue (this); }
 
@@ -929,10 +933,14 @@ void TrackTransport::prepareToPlay (int samplesPerBlockExpected, double sampleRa
     {
         juce::int64 position = 0;
 
+        // The new stream prepares the same source, so the old one must stop reading it first.
         {
             const BlockScope use (*this);
             if (auto* s = stream.load())
+            {
                 position = s->getSourcePosition();
+                s->detach();
+            }
         }
 
         replaceStream (makeStream (position));
