@@ -1,5 +1,6 @@
 #include "engine/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
+#include "support/DeviceApp.h"
 #include "support/RealtimeWatch.h"
 
 #include <gtest/gtest.h>
@@ -24,38 +25,21 @@ namespace
     // The application's content with the device's callback watched: every call a real-time
     // thread must not make, made inside the application's block, counts. A positive control can
     // add one such call of its own to each block.
-    struct WatchedApp : MainAudioAppComponent
+    struct WatchedApp : DeviceApp
     {
-        WatchedApp() : MainAudioAppComponent (false) { openOutputDevice(); }
-        ~WatchedApp() override { shutdownAudio(); }
+        WatchedApp() { openOutputDevice(); }
 
-        void getNextAudioBlock (const juce::AudioSourceChannelInfo& info) override
+        void runBlock (const juce::AudioSourceChannelInfo& info) override
         {
-            {
-                RealtimeWatch::Scope watch;
-                MainAudioAppComponent::getNextAudioBlock (info);
+            RealtimeWatch::Scope watch;
+            DeviceApp::runBlock (info);
 
-                if (auto* fault = misbehave.load())
-                    fault();
-            }
-
-            const auto level = levelLights.measurement.getLevelDb (0);
-            if (level > loudestDb.load())
-                loudestDb.store (level);
-            callbacks.fetch_add (1);
+            if (auto* fault = misbehave.load())
+                fault();
         }
 
-        // Waits until `n` more callbacks have run.
-        bool waitForCallbacks (int n, int timeoutMs = 3000)
-        {
-            const auto target = callbacks.load() + n;
-            return pumpUntil ([&] { return callbacks.load() >= target; }, timeoutMs);
-        }
-
-        // All written by the test's thread or the device's, read by the other.
-        std::atomic<int> callbacks { 0 };
+        // Written by the test's thread, read by the device's.
         std::atomic<void (*)()> misbehave { nullptr };
-        std::atomic<float> loudestDb { -100.0f };
     };
 
     bool haveJack() { return std::getenv ("JACK_DEFAULT_SERVER") != nullptr; }
@@ -294,16 +278,16 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     deck->trackDeck.playButtonClicked();
     ASSERT_TRUE (playing());
     pumpMessages (200);
-    EXPECT_GT (app.loudestDb.load(), -12.0f) << "the deck was heard";
+    EXPECT_GT (juce::Decibels::gainToDecibels (app.loudest.load()), -12.0f) << "the deck was heard";
 
     // A track change while playing, then that track's end: Play-Next brings the mono track.
     deck->playlist.selectRow (1);
     ASSERT_TRUE (playingTrack (shortTrack));
     ASSERT_TRUE (playingTrack (monoTrack)) << "Play-Next didn't follow the end of the short track";
     // The master volume is at half from here on: -6 dB below the tracks' -6 dBFS.
-    app.loudestDb = -100.0f;
+    app.loudest = 0.0f;
     pumpMessages (300);
-    EXPECT_GT (app.loudestDb.load(), -13.0f) << "the mono track was heard";
+    EXPECT_GT (juce::Decibels::gainToDecibels (app.loudest.load()), -13.0f) << "the mono track was heard";
 
     // The device manager closes and reopens the JACK device under the playing deck.
     app.deviceManager.closeAudioDevice();
@@ -315,9 +299,9 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     if (! deck->isPlaying.load())
         deck->trackDeck.playButtonClicked();
     ASSERT_TRUE (playing());
-    app.loudestDb = -100.0f;
+    app.loudest = 0.0f;
     pumpMessages (300);
-    EXPECT_GT (app.loudestDb.load(), -13.0f) << "the deck was heard after the restart";
+    EXPECT_GT (juce::Decibels::gainToDecibels (app.loudest.load()), -13.0f) << "the deck was heard after the restart";
 
     // A second deck takes over: the first sounds until its stop lands.
     app.addDeck (nullptr);

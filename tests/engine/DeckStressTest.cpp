@@ -1,39 +1,11 @@
 #include "engine/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
+#include "support/DeviceApp.h"
 
 #include <gtest/gtest.h>
 
 using namespace Marlode;
 using namespace MarlodeTest;
-
-namespace
-{
-    // The application's content on the real device, with the loudest sample of every block kept.
-    struct ListenedApp : MainAudioAppComponent
-    {
-        ListenedApp() : MainAudioAppComponent (false) { openOutputDevice(); }
-        ~ListenedApp() override { shutdownAudio(); }
-
-        void getNextAudioBlock (const juce::AudioSourceChannelInfo& info) override
-        {
-            MainAudioAppComponent::getNextAudioBlock (info);
-            const auto peak = info.buffer->getMagnitude (0, info.startSample, info.numSamples);
-            if (peak > loudest.load())
-                loudest.store (peak);
-            callbacks.fetch_add (1);
-        }
-
-        /** Pumps messages for `ms` and says whether anything above silence reached the device. */
-        bool heardWithin (int ms)
-        {
-            loudest.store (0.0f);
-            return pumpUntil ([this] { return loudest.load() > 0.0f; }, ms);
-        }
-
-        std::atomic<int> callbacks { 0 };
-        std::atomic<float> loudest { 0.0f };
-    };
-}
 
 // Thousands of random user actions on the message thread while the real JACK callback runs:
 // nothing may crash, and a deck that says it plays must be heard.
@@ -44,7 +16,8 @@ TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
 
     TempFolder temp;
     AlertRecorder alerts;
-    ListenedApp app;
+    DeviceApp app;
+    app.openOutputDevice();
     app.setSize (850, 720);
     ASSERT_NE (app.deviceManager.getCurrentAudioDevice(), nullptr) << "no JACK device opened";
     ASSERT_TRUE (pumpUntil ([&] { return app.callbacks.load() > 10; }, 3000));

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "engine/MainAudioAppComponent.h"
+
+#include <atomic>
+
+namespace MarlodeTest
+{
+
+/** The application's content on the test run's JACK device, with each block's output peak kept.
+    The device opens only through openOutputDevice(), which the most derived constructor calls:
+    once it runs, the device thread calls into the whole object. */
+struct DeviceApp : Marlode::MainAudioAppComponent
+{
+    DeviceApp();
+    ~DeviceApp() override;
+
+    void getNextAudioBlock (const juce::AudioSourceChannelInfo&) override;
+
+    /** Audio thread: the application's own block; a subclass may wrap it. */
+    virtual void runBlock (const juce::AudioSourceChannelInfo&);
+
+    /** Pumps messages until `n` more callbacks have run. */
+    bool waitForCallbacks (int n, int timeoutMs = 3000);
+
+    /** Pumps messages for at most `ms` and says whether anything above silence reached the device. */
+    bool heardWithin (int ms);
+
+    // The device thread writes both; the test's thread reads them (and resets `loudest`).
+    std::atomic<int> callbacks { 0 };
+    std::atomic<float> loudest { 0.0f }; // linear peak of the first channel
+};
+
+} // namespace MarlodeTest
