@@ -127,7 +127,7 @@ void MainComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info)
         if (looping && transportSource.getSampleRate() > 0.0
             && transportSource.isPlaying()
             && trackDeck.transportPosition() >= waveform.loopEnd.load (std::memory_order_relaxed))
-            transportSource.setNextReadPosition ((juce::int64) (loopStart * transportSource.getSampleRate()));
+            transportSource.setNextReadPosition (transportSource.toDevicePosition (loopStart));
 
         if (! stretching)
         {

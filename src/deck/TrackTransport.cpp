@@ -63,12 +63,6 @@ namespace
 
     constexpr std::uint32_t segmentGeneration (std::uint64_t word) noexcept { return (std::uint32_t) (word >> 2); }
     constexpr Phase segmentPhase (std::uint64_t word) noexcept { return (Phase) (word & 3); }
-
-    void copyFrames (float* const* dest, int destStart, const float* const* src, int srcStart, int numFrames) noexcept
-    {
-        for (int ch = 0; ch < ringChannels; ++ch)
-            juce::FloatVectorOperations::copy (dest[ch] + destStart, src[ch] + srcStart, numFrames);
-    }
 }
 
 //==============================================================================
@@ -180,7 +174,11 @@ public:
 
     [[nodiscard]] juce::int64 getTotalSourceLength() const noexcept { return source.getTotalLength(); }
     [[nodiscard]] bool isLooping() const noexcept { return source.isLooping(); }
-    [[nodiscard]] double getRatio() const noexcept { return ratio; }
+    /** Device-rate samples to this stream's source samples: every seek and cue goes through it. */
+    [[nodiscard]] juce::int64 toSource (juce::int64 devicePosition) const noexcept
+    {
+        return juce::jmax ((juce::int64) 0, (juce::int64) ((double) devicePosition * ratio));
+    }
     [[nodiscard]] double getInverseRatio() const noexcept { return inverseRatio; }
 
     [[nodiscard]] int getNumBuffered() const noexcept
@@ -238,7 +236,7 @@ public:
             if (cueSlot >= 0)
             {
                 const auto take = juce::jmin (room, cueFrames - cueOffset);
-                copyOut (outData, outChannels, destStart, cues[(size_t) cueSlot].data, cueOffset, take);
+                copyFrames (outData, outChannels, destStart, cues[(size_t) cueSlot].data, cueOffset, take);
                 cueOffset += take;
                 done += take;
 
@@ -270,10 +268,10 @@ public:
             const auto capacity = (std::uint64_t) ring.getNumSamples();
             const auto ringStart = (int) (read % capacity);
             const auto firstPart = juce::jmin (take, (int) capacity - ringStart);
-            copyOut (outData, outChannels, destStart, ringData, ringStart, firstPart);
+            copyFrames (outData, outChannels, destStart, ringData, ringStart, firstPart);
 
             if (take > firstPart)
-                copyOut (outData, outChannels, destStart + firstPart, ringData, 0, take - firstPart);
+                copyFrames (outData, outChannels, destStart + firstPart, ringData, 0, take - firstPart);
 
             readPos.store (read + (std::uint64_t) take, std::memory_order_release);
             framesIntoSegment += take;
@@ -332,7 +330,7 @@ private:
         return r;
     }
 
-    static void copyOut (float* const* dest, int destChannels, int destStart, const float* const* src, int srcStart,
+    static void copyFrames (float* const* dest, int destChannels, int destStart, const float* const* src, int srcStart,
                          int numFrames) noexcept
     {
         for (int ch = 0; ch < destChannels; ++ch)
@@ -502,10 +500,10 @@ private:
         const auto ringStart = (int) (writePos % capacity);
         const auto firstPart = juce::jmin (numFrames, (int) capacity - ringStart);
 
-        copyFrames (ringData, ringStart, scratchData, 0, firstPart);
+        copyFrames (ringData, ringChannels, ringStart, scratchData, 0, firstPart);
 
         if (numFrames > firstPart)
-            copyFrames (ringData, 0, scratchData, firstPart, numFrames - firstPart);
+            copyFrames (ringData, ringChannels, 0, scratchData, firstPart, numFrames - firstPart);
 
         written.store (writePos + (std::uint64_t) numFrames, std::memory_order_release);
     }
@@ -827,7 +825,7 @@ void TrackTransport::setNextReadPosition (juce::int64 devicePosition) noexcept
     const BlockScope use (*this);
 
     if (auto* s = stream.load())
-        s->requestSeek (juce::jmax ((juce::int64) 0, (juce::int64) ((double) devicePosition * s->getRatio())));
+        s->requestSeek (s->toSource (devicePosition));
 }
 
 void TrackTransport::setPosition (double seconds)
@@ -844,9 +842,14 @@ void TrackTransport::setPosition (double seconds)
     waitUntilServed (*s, generation);
 }
 
+juce::int64 TrackTransport::toDevicePosition (double seconds) const noexcept
+{
+    return (juce::int64) (seconds * getSampleRate());
+}
+
 juce::int64 TrackTransport::toSourcePosition (const Stream& s, double seconds) const noexcept
 {
-    return seconds < 0.0 ? -1 : (juce::int64) ((double) (juce::int64) (seconds * getSampleRate()) * s.getRatio());
+    return seconds < 0.0 ? -1 : s.toSource (toDevicePosition (seconds));
 }
 
 void TrackTransport::setCuePoints (double loopStartSeconds, double replaySeconds, bool wrapAtTheEnd) noexcept

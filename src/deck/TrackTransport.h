@@ -95,6 +95,10 @@ public:
     /** Frames of audio ready in the ring; for tests that must wait for the read-ahead. */
     [[nodiscard]] int getNumBufferedSamples() const noexcept;
 
+    /** Any thread: `seconds` on the file's time line as a device position, the one rule every seek,
+        wrap and cue point uses so that they name the same sample. */
+    [[nodiscard]] juce::int64 toDevicePosition (double seconds) const noexcept;
+
     /** Audio from `seconds` is decoded ahead and ready; for tests and benchmarks that must wait for
         the read-ahead. */
     [[nodiscard]] bool isCueReady (double seconds) const noexcept;
