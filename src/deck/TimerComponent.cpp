@@ -1,26 +1,8 @@
 #include "deck/TimerComponent.h"
-
-#include <cmath>
+#include "engine/FormatTime.h"
 
 namespace Marlode
 {
-
-juce::String timerText (bool showHours, double seconds)
-{
-    // Whole milliseconds first: 3599.999 - 3599 is 0.998999... in binary, and truncating that
-    // would show a millisecond less than the position says.
-    const auto totalMs = (juce::int64) std::floor (juce::jmax (0.0, seconds) * 1000.0 + 1.0e-6);
-    const auto s = (int) (totalMs / 1000);
-    const auto ms = (int) (totalMs % 1000);
-    char text[32];
-
-    if (showHours)
-        std::snprintf (text, sizeof (text), "%02d:%02d:%02d.%01d", s / 3600, (s % 3600) / 60, s % 60, ms / 100);
-    else
-        std::snprintf (text, sizeof (text), "%02d:%02d.%03d", (s % 3600) / 60, s % 60, ms);
-
-    return text;
-}
 
 TimerComponent::TimerComponent()
 {

@@ -9,10 +9,6 @@
 namespace Marlode
 {
 
-/** The deck's clock text: "mm:ss.mmm" under an hour, "hh:mm:ss.t" for long tracks (hours
-    aren't shown at all in the short form). Fractions are truncated, never rounded. */
-juce::String timerText (bool showHours, double seconds);
-
 /** The deck's time readout, refreshed on the interface tick. Message thread, except `position`. */
 class TimerComponent : public juce::Component,
                        public TimerRelayListener

@@ -7,12 +7,6 @@ namespace Marlode
 
 LevelMeterProcessor::LevelMeterProcessor()
 {
-    for (auto& c : channels)
-    {
-        jumpTo (c.levelSmoother, floorDb);
-        jumpTo (c.peakSmoother, floorDb);
-    }
-
     prepare (512, 44100.0);
 }
 
@@ -27,9 +21,8 @@ void LevelMeterProcessor::setSteps (double levelSeconds, double peakSeconds) noe
 {
     for (auto& c : channels)
     {
-        // reset() also makes the current value the target and clears the countdown.
-        c.levelSmoother.reset ((int) std::floor (levelSeconds * sampleRate));
-        c.peakSmoother.reset ((int) std::floor (peakSeconds * sampleRate));
+        c.levelSmoother.setFallTime (levelSeconds, sampleRate);
+        c.peakSmoother.setFallTime (peakSeconds, sampleRate);
     }
 }
 
@@ -60,27 +53,13 @@ void LevelMeterProcessor::reset()
 
     for (auto& c : channels)
     {
-        jumpTo (c.levelSmoother, floorDb);
-        jumpTo (c.peakSmoother, floorDb);
+        c.levelSmoother.reset();
+        c.peakSmoother.reset();
         c.level = c.rmsLevel = c.maxHold = floorDb;
     }
 
     publish();
     release();
-}
-
-void LevelMeterProcessor::jumpTo (Smoother& s, float x) noexcept
-{
-    s.setCurrentAndTargetValue (x);
-}
-
-void LevelMeterProcessor::follow (Smoother& s, float x) noexcept
-{
-    // Up at once; down along a fresh straight line whenever a new lower value arrives.
-    if (s.getCurrentValue() > x)
-        s.setTargetValue (x);
-    else
-        s.setCurrentAndTargetValue (x);
 }
 
 float LevelMeterProcessor::lufsValue() const noexcept
@@ -108,8 +87,8 @@ void LevelMeterProcessor::process (const juce::AudioSourceChannelInfo& info) noe
 
     for (auto& c : channels)
     {
-        c.levelSmoother.skip (n);
-        c.peakSmoother.skip (n);
+        c.levelSmoother.advance (n);
+        c.peakSmoother.advance (n);
     }
 
     auto peakOf = [&] (int ch)
@@ -144,8 +123,8 @@ void LevelMeterProcessor::process (const juce::AudioSourceChannelInfo& info) noe
             if (type == rmsAndPeak)
                 c.rmsLevel = rmsOf (ch);
 
-            follow (c.levelSmoother, type == rmsAndPeak ? c.rmsLevel : c.level);
-            follow (c.peakSmoother, c.level);
+            c.levelSmoother.follow (type == rmsAndPeak ? c.rmsLevel : c.level);
+            c.peakSmoother.follow (c.level);
             c.maxHold = juce::jmax (c.maxHold, c.level);
         }
     }
@@ -162,18 +141,18 @@ void LevelMeterProcessor::process (const juce::AudioSourceChannelInfo& info) noe
         {
             auto& c = channels[(size_t) ch];
             c.level = c.rmsLevel = v;
-            jumpTo (c.levelSmoother, v);
+            c.levelSmoother.jumpTo (v);
 
             if (type == lufs)
             {
                 // No ramp and no hold: the value jumps.
                 c.maxHold = v;
-                jumpTo (c.peakSmoother, v);
+                c.peakSmoother.jumpTo (v);
             }
             else
             {
                 const auto p = juce::jmax (floorDb, truePeakMeter.getChannelPeakDb (ch));
-                follow (c.peakSmoother, p);
+                c.peakSmoother.follow (p);
                 c.maxHold = juce::jmax (c.maxHold, p);
             }
         }
@@ -209,8 +188,8 @@ void LevelMeterProcessor::fallWhenIdle (bool deckIsPlaying)
     for (auto& c : channels)
         for (auto* s : { &c.levelSmoother, &c.peakSmoother })
         {
-            s->skip (samples);
-            s->setTargetValue (floorDb);
+            s->advance (samples);
+            s->follow (floorDb);
         }
 
     publish();
@@ -221,8 +200,8 @@ void LevelMeterProcessor::publish() noexcept
 {
     for (size_t ch = 0; ch < channels.size(); ++ch)
     {
-        shown[ch].level.store (channels[ch].levelSmoother.getCurrentValue(), std::memory_order_relaxed);
-        shown[ch].peak.store (channels[ch].peakSmoother.getCurrentValue(), std::memory_order_relaxed);
+        shown[ch].level.store (channels[ch].levelSmoother.getCurrentDb(), std::memory_order_relaxed);
+        shown[ch].peak.store (channels[ch].peakSmoother.getCurrentDb(), std::memory_order_relaxed);
         shown[ch].maxHold.store (channels[ch].maxHold, std::memory_order_relaxed);
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/Ebu128LoudnessMeter.h"
+#include "dsp/PeakFollower.h"
 #include "dsp/TruePeakMeter.h"
 
 #include <juce_audio_basics/juce_audio_basics.h>
@@ -81,12 +82,10 @@ public:
     [[nodiscard]] const TruePeakMeter& getTruePeakMeter() const noexcept { return truePeakMeter; }
 
 private:
-    using Smoother = juce::SmoothedValue<float, juce::ValueSmoothingTypes::Linear>;
-
     struct Channel
     {
         float level = floorDb, rmsLevel = floorDb, maxHold = floorDb;
-        Smoother levelSmoother, peakSmoother;
+        PeakFollower levelSmoother { floorDb }, peakSmoother { floorDb };
     };
 
     bool tryAcquire() noexcept { return ! busy.exchange (true, std::memory_order_acquire); }
@@ -96,9 +95,6 @@ private:
     float lufsValue() const noexcept;
     void publish() noexcept;
     void setSteps (double levelSeconds, double peakSeconds) noexcept;
-
-    static void follow (Smoother&, float x) noexcept;
-    static void jumpTo (Smoother&, float x) noexcept;
 
     std::array<Channel, numChannels> channels;
     std::array<Display, numChannels> shown;

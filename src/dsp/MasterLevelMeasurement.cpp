@@ -9,7 +9,6 @@ MasterLevelMeasurement::MasterLevelMeasurement()
 {
     for (int c = 0; c < numChannels; ++c)
     {
-        smoothedDb[(size_t) c].setCurrentAndTargetValue (floorDb);
         levelDb[(size_t) c].store (floorDb);
         displayedDb[(size_t) c].store (floorDb);
     }
@@ -17,11 +16,8 @@ MasterLevelMeasurement::MasterLevelMeasurement()
 
 void MasterLevelMeasurement::prepare (double deviceSampleRate) noexcept
 {
-    const auto rampSteps = (int) std::floor (0.5 * deviceSampleRate);
-
-    // reset() also makes the current value the target and clears the countdown.
     for (auto& s : smoothedDb)
-        s.reset (rampSteps);
+        s.setFallTime (0.5, deviceSampleRate);
 }
 
 void MasterLevelMeasurement::process (const juce::AudioSourceChannelInfo& info) noexcept
@@ -46,14 +42,9 @@ void MasterLevelMeasurement::process (const juce::AudioSourceChannelInfo& info) 
         levelDb[(size_t) c].store (dB, std::memory_order_relaxed);
 
         auto& smoothed = smoothedDb[(size_t) c];
-        smoothed.skip (n);
-
-        if (dB >= smoothed.getCurrentValue())
-            smoothed.setCurrentAndTargetValue (dB);
-        else
-            smoothed.setTargetValue (dB); // leaves a running ramp alone when the target is unchanged
-
-        displayedDb[(size_t) c].store (smoothed.getCurrentValue(), std::memory_order_relaxed);
+        smoothed.advance (n);
+        smoothed.follow (dB);
+        displayedDb[(size_t) c].store (smoothed.getCurrentDb(), std::memory_order_relaxed);
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dsp/PeakFollower.h"
+
 #include <juce_audio_basics/juce_audio_basics.h>
 
 #include <array>
@@ -33,7 +35,7 @@ public:
 
 private:
     // Audio thread only.
-    std::array<juce::SmoothedValue<float, juce::ValueSmoothingTypes::Linear>, numChannels> smoothedDb;
+    std::array<PeakFollower, numChannels> smoothedDb { PeakFollower (floorDb), PeakFollower (floorDb) };
 
     // Audio thread writes, the display reads.
     std::array<std::atomic<float>, numChannels> levelDb;

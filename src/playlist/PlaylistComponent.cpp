@@ -1,6 +1,7 @@
 #include "playlist/PlaylistComponent.h"
 #include "app/AppGlobals.h"
 #include "engine/AudioFileGuard.h"
+#include "engine/FormatTime.h"
 #include "state/PlaylistXml.h"
 #include "state/SafeXml.h"
 #include "state/TableLayoutXml.h"
@@ -41,8 +42,7 @@ namespace
         row.sizeMB = (double) file.getSize() / 1.0e6;
 
         const auto rate = (juce::int64) reader.sampleRate;
-        const auto seconds = rate > 0 ? reader.lengthInSamples / rate : 0;
-        row.durationText = juce::String::formatted ("%02d:%02d:%02d", (int) (seconds / 3600), (int) ((seconds / 60) % 60), (int) (seconds % 60));
+        row.durationText = durationText (rate > 0 ? (double) reader.lengthInSamples / (double) rate : 0.0);
         return row;
     }
 

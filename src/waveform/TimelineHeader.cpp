@@ -1,5 +1,5 @@
 #include "waveform/TimelineHeader.h"
-#include "waveform/FormatTime.h"
+#include "engine/FormatTime.h"
 
 namespace Marlode
 {

@@ -1,5 +1,5 @@
 #include "waveform/WaveformComponent.h"
-#include "waveform/FormatTime.h"
+#include "engine/FormatTime.h"
 
 #include <cmath>
 

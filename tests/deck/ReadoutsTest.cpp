@@ -4,16 +4,6 @@
 
 using namespace Marlode;
 
-TEST (Readouts, TimerTextTruncatesAndSwitchesFormAtAnHour)
-{
-    EXPECT_EQ (timerText (false, 0.0), "00:00.000");
-    EXPECT_EQ (timerText (false, 3599.999), "59:59.999");
-    EXPECT_EQ (timerText (false, 61.0009), "01:01.000");
-    EXPECT_EQ (timerText (true, 3600.5), "01:00:00.5");
-    EXPECT_EQ (timerText (true, 7322.99), "02:02:02.9");
-    EXPECT_EQ (timerText (false, 3725.25), "02:05.250") << "the short form never shows hours";
-}
-
 TEST (Readouts, TimerFontFollowsTheTrackLength)
 {
     TimerComponent timer;

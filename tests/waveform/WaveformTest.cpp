@@ -1,21 +1,11 @@
 #include "support/DeckHarness.h"
 #include "support/HostileFiles.h"
 #include "waveform/ColumnExtents.h"
-#include "waveform/FormatTime.h"
 
 #include <gtest/gtest.h>
 
 using namespace Marlode;
 using namespace MarlodeTest;
-
-TEST (FormatTime, EdgesOfTheClockText)
-{
-    EXPECT_EQ (formatTime (-0.1), "0:00.000");
-    EXPECT_EQ (formatTime (0.0), "00:00.000");
-    EXPECT_EQ (formatTime (3661.5), "1:01:01.500");
-    EXPECT_EQ (formatTime (59.999), "00:59.999");
-    EXPECT_EQ (formatTime (600.25), "10:00.250");
-}
 
 TEST (TimelineHeader, TicksBySpan)
 {

@@ -1,0 +1,61 @@
+#include "engine/FormatTime.h"
+
+#include <cmath>
+
+namespace Marlode
+{
+
+ClockTime ClockTime::fromSeconds (double t) noexcept
+{
+    // NaN fails every comparison, so it lands on zero with the negative times.
+    const auto limited = t > 0.0 ? juce::jmin (t, maxSeconds) : 0.0;
+    const auto totalMs = std::llround (limited * 1.0e6) / 1000;
+    const auto totalS = totalMs / 1000;
+
+    ClockTime c;
+    c.hours = totalS / 3600;
+    c.minutes = (int) (totalS % 3600 / 60);
+    c.seconds = (int) (totalS % 60);
+    c.milliseconds = (int) (totalMs % 1000);
+    return c;
+}
+
+juce::String formatTime (double t)
+{
+    if (t < 0.0)
+        return "0:00.000";
+
+    const auto c = ClockTime::fromSeconds (t);
+
+    // The milliseconds are the last three digits of the whole count, unpadded under a second.
+    const auto ms = c.totalMilliseconds() == 0 ? juce::String ("000") : juce::String (c.totalMilliseconds()).getLastCharacters (3);
+
+    juce::String text;
+    if (c.hours > 0)
+        text << c.hours << ":";
+    if (c.minutes < 10)
+        text << "0";
+    text << c.minutes << ":";
+    if (c.seconds < 10)
+        text << "0";
+    text << c.seconds << "." << ms;
+    return text;
+}
+
+juce::String timerText (bool showHours, double seconds)
+{
+    const auto c = ClockTime::fromSeconds (seconds);
+
+    if (showHours)
+        return juce::String::formatted ("%02lld:%02d:%02d.%01d", (long long) c.hours, c.minutes, c.seconds, c.milliseconds / 100);
+
+    return juce::String::formatted ("%02d:%02d.%03d", c.minutes, c.seconds, c.milliseconds);
+}
+
+juce::String durationText (double seconds)
+{
+    const auto c = ClockTime::fromSeconds (seconds);
+    return juce::String::formatted ("%02lld:%02d:%02d", (long long) c.hours, c.minutes, c.seconds);
+}
+
+} // namespace Marlode
