@@ -14,7 +14,13 @@ namespace
     constexpr int panelButtonHeight = 25;
     constexpr int minimumPanelHeight = 300;
 
-    juce::String plural (int n, const char* one, const char* many) { return n < 2 ? one : many; }
+    // Files whose name no registered format claims.
+    const Alerts::FileListQuestion invalidFiles { "Invalid Files",
+                                                  " you selected could not be loaded.\nThe file{ extension is| extensions are} not a valid format.",
+                                                  "\n\n",
+                                                  "Invalid Files",
+                                                  "The following file's{ extension is| extensions are} not a valid format.\n\nParent Directory:\n\n",
+                                                  false };
 }
 
 MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupDisplayComponent*& activePopupSlot)
@@ -198,31 +204,7 @@ juce::StringArray MainComponent::vetFiles (const juce::Array<juce::File>& chosen
             consider (f);
     }
 
-    if (invalid.isEmpty())
-        return valid;
-
-    const auto n = invalid.size();
-    juce::String question;
-    question << n << plural (n, " file", " files") << " you selected could not be loaded.\n"
-             << "The file" << plural (n, " extension is", " extensions are") << " not a valid format.\n\n"
-             << "Show a list of these files?\n\n";
-
-    Alerts::question ("Invalid Files", question, [invalid] (bool yes)
-                      {
-                          if (! yes)
-                              return;
-
-                          const auto count = invalid.size();
-                          juce::String list;
-                          list << "The following file's" << plural (count, " extension is", " extensions are")
-                               << " not a valid format.\n\n"
-                               << "Parent Directory:\n\n";
-
-                          for (const auto& path : invalid)
-                              list << path << "\r\n";
-
-                          Alerts::warning ("Invalid Files", list);
-                      });
+    Alerts::askToListFiles (invalidFiles, invalid);
     return valid;
 }
 

@@ -1,12 +1,10 @@
 #include "playlist/PlaylistComponent.h"
-#include "app/AppGlobals.h"
 #include "engine/AudioFileGuard.h"
 #include "engine/FormatTime.h"
 #include "state/PlaylistXml.h"
 #include "state/SafeXml.h"
 #include "state/TableLayoutXml.h"
 #include "ui/Alerts.h"
-#include "ui/PopupTextWindow.h"
 #include "ui/SondrelLookAndFeel.h"
 
 namespace Marlode
@@ -14,6 +12,17 @@ namespace Marlode
 
 namespace
 {
+    // Files whose format is known by name but whose contents no reader accepts.
+    const Alerts::FileListQuestion unreadableFiles {
+        "Error reading files",
+        " you selected could not be read.",
+        "",
+        "Invalid Files",
+        "A valid audio format reader could not be created for the following files. \n"
+        "To reach this point the file type must be a valid format but is not readable, the file is possibly corrupted. \n\n",
+        true
+    };
+
     struct Column
     {
         int id;
@@ -87,7 +96,7 @@ PlaylistComponent::~PlaylistComponent()
 //==============================================================================
 juce::String PlaylistComponent::couldNotBeRead (int count)
 {
-    return juce::String (count) + (count == 1 ? " file" : " files") + " you selected could not be read.";
+    return Alerts::filesProblem (count, unreadableFiles.problem);
 }
 
 juce::String PlaylistComponent::getCellText (const PlaylistRow& r, int columnId)
@@ -166,25 +175,7 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
             table.selectRow ((int) rows.size() - 1);
     }
 
-    if (! failed.isEmpty())
-    {
-        const auto n = failed.size();
-        const auto message = couldNotBeRead (n) + "\n\nShow a list of these files?";
-
-        Alerts::question ("Error reading files", message, [failed] (bool yes)
-                          {
-                              if (! yes)
-                                  return;
-
-                              juce::String list ("A valid audio format reader could not be created for the following files. \n"
-                                                 "To reach this point the file type must be a valid format but is not readable, "
-                                                 "the file is possibly corrupted. \n\n");
-                              for (const auto& f : failed)
-                                  list << f << "\r\n";
-
-                              new PopupTextWindow ("Invalid Files", list, mainDocumentWindow);
-                          });
-    }
+    Alerts::askToListFiles (unreadableFiles, failed);
 
     if (loadFirst && ! added.empty())
         selectRow (firstNew);
@@ -662,19 +653,7 @@ void PlaylistComponent::readPlaylist (const juce::XmlElement& playlist, bool rep
     }
 
     if (! missing.isEmpty())
-    {
-        // A hostile playlist can carry megabytes of paths: an alert that size would never draw.
-        constexpr int maxListed = 100, maxLength = 1000;
-        juce::String text ("Couldn't locate these files:\r\n\r\n");
-
-        for (int i = 0; i < juce::jmin (missing.size(), maxListed); ++i)
-            text << (missing[i].length() > maxLength ? missing[i].substring (0, maxLength) + "..." : missing[i]) << "\r\n";
-
-        if (missing.size() > maxListed)
-            text << "and " << (missing.size() - maxListed) << " more\r\n";
-
-        Alerts::warning ("File(s) not found", text);
-    }
+        Alerts::warning ("File(s) not found", "Couldn't locate these files:\r\n\r\n" + Alerts::listOfFiles (missing));
 
     addFiles (found, loadFirst, true, -1);
 }

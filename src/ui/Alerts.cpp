@@ -1,4 +1,6 @@
 #include "ui/Alerts.h"
+#include "app/AppGlobals.h"
+#include "ui/PopupTextWindow.h"
 
 namespace Marlode
 {
@@ -35,6 +37,11 @@ namespace
                                                                                                 chosen (result == 0 ? 2 : result - 1);
                                                                                         }));
         };
+        p.textWindow = [] (const juce::String& title, const juce::String& text)
+        {
+            // The window deletes itself when closed.
+            new PopupTextWindow (title, text, mainDocumentWindow);
+        };
         return p;
     }
 }
@@ -65,6 +72,73 @@ void Alerts::choice (const juce::String& title, const juce::String& message, con
     JUCE_ASSERT_MESSAGE_THREAD
     if (current().choice)
         current().choice (title, message, buttons, std::move (chosen));
+}
+
+void Alerts::textWindow (const juce::String& title, const juce::String& text)
+{
+    JUCE_ASSERT_MESSAGE_THREAD
+    if (current().textWindow)
+        current().textWindow (title, text);
+}
+
+juce::String Alerts::agreeWithCount (const juce::String& pattern, int count)
+{
+    juce::String text;
+    auto rest = pattern;
+
+    for (auto open = rest.indexOfChar ('{'); open >= 0; open = rest.indexOfChar ('{'))
+    {
+        const auto bar = rest.indexOfChar (open, '|');
+        const auto close = rest.indexOfChar (open, '}');
+
+        if (bar < 0 || close < bar)
+            break;
+
+        text << rest.substring (0, open) << (count == 1 ? rest.substring (open + 1, bar) : rest.substring (bar + 1, close));
+        rest = rest.substring (close + 1);
+    }
+
+    return text + rest;
+}
+
+juce::String Alerts::filesProblem (int count, const juce::String& problem)
+{
+    return juce::String (count) + agreeWithCount ("{ file| files}" + problem, count);
+}
+
+juce::String Alerts::listOfFiles (const juce::StringArray& paths)
+{
+    juce::String text;
+
+    for (int i = 0; i < juce::jmin (paths.size(), maxListed); ++i)
+        text << (paths[i].length() > maxPathLength ? paths[i].substring (0, maxPathLength) + "..." : paths[i]) << "\r\n";
+
+    if (paths.size() > maxListed)
+        text << "and " << (paths.size() - maxListed) << " more\r\n";
+
+    return text;
+}
+
+void Alerts::askToListFiles (const FileListQuestion& words, const juce::StringArray& paths)
+{
+    if (paths.isEmpty())
+        return;
+
+    const auto n = paths.size();
+    const auto message = filesProblem (n, words.problem) + "\n\nShow a list of these files?" + words.afterQuestion;
+
+    question (words.title, message, [words, paths, n] (bool yes)
+              {
+                  if (! yes)
+                      return;
+
+                  const auto list = agreeWithCount (words.listHeader, n) + listOfFiles (paths);
+
+                  if (words.listInWindow)
+                      textWindow (words.listTitle, list);
+                  else
+                      warning (words.listTitle, list);
+              });
 }
 
 Alerts::ScopedPresenter::ScopedPresenter (Presenter replacement) : previous (current())

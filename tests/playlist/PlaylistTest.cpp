@@ -108,12 +108,20 @@ TEST_F (PlaylistTest, BrokenAndHostileFilesAreReportedNotAdded)
 {
     temp.file ("text.wav").replaceWithText ("no audio here");
     temp.file ("folder.wav").createDirectory();
+    alerts.answer = true;
     playlist.addFiles ({ temp.file ("text.wav").getFullPathName(), temp.file ("folder.wav").getFullPathName(), "/dev/zero",
                          "relative.wav", "" },
                        false, true, -1);
     EXPECT_EQ (playlist.getNumRows(), 0);
-    ASSERT_EQ (alerts.shown.size(), 1u);
+    ASSERT_EQ (alerts.shown.size(), 2u);
     EXPECT_EQ (alerts.shown[0].message, "3 files you selected could not be read.\n\nShow a list of these files?");
+    EXPECT_EQ (alerts.shown[1].kind, "window") << "the list opens in a window of its own";
+    EXPECT_EQ (alerts.shown[1].title, "Invalid Files");
+    EXPECT_EQ (alerts.shown[1].message, "A valid audio format reader could not be created for the following files. \n"
+                                        "To reach this point the file type must be a valid format but is not readable, "
+                                        "the file is possibly corrupted. \n\n"
+                                            + temp.file ("text.wav").getFullPathName() + "\r\n"
+                                            + temp.file ("folder.wav").getFullPathName() + "\r\n/dev/zero\r\n");
 }
 
 TEST_F (PlaylistTest, EveryHostileAudioFileIsReportedAndNoneSizesARow)

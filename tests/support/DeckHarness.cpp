@@ -15,7 +15,8 @@ AlertRecorder::AlertRecorder()
         {
             shown.push_back ({ "choice", t, m });
             chosen (choice);
-        } })
+        },
+        [this] (const juce::String& t, const juce::String& m) { shown.push_back ({ "window", t, m }); } })
 {
 }
 
