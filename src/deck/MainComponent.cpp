@@ -1,6 +1,7 @@
 #include "deck/MainComponent.h"
 #include "engine/CommandIDs.h"
 #include "ui/Alerts.h"
+#include "ui/Palette.h"
 
 #include <rubberband/RubberBandStretcher.h>
 
@@ -383,10 +384,10 @@ void MainComponent::resized()
 
 void MainComponent::paint (juce::Graphics& g)
 {
-    g.setColour (juce::Colour (0xff4b4b4b));
+    g.setColour (panelMidColour);
     g.fillRoundedRectangle (panelHighlight.toFloat(), 5.0f);
 
-    g.setColour (juce::Colour (0xff808080));
+    g.setColour (midGreyColour);
 
     if (showPlaylistOutline && playlist.isVisible())
         g.drawRoundedRectangle (playlistOutline, 4.0f, 1.5f);

@@ -1,4 +1,5 @@
 #include "deck/TrackNameLabel.h"
+#include "ui/Palette.h"
 
 namespace Marlode
 {
@@ -19,9 +20,9 @@ void TrackNameLabel::setText (const juce::String& newText)
 
 void TrackNameLabel::paint (juce::Graphics& g)
 {
-    g.setColour (juce::Colour (0xff4b4b4b));
+    g.setColour (panelMidColour);
     g.fillRoundedRectangle (getLocalBounds().toFloat(), 7.0f);
-    g.setColour (juce::Colour (0xfff5f5f5));
+    g.setColour (textColour);
     g.setFont ((float) getHeight() * 0.6f);
     g.drawText (text, getLocalBounds().reduced (2, 2), juce::Justification::centred, true);
 }

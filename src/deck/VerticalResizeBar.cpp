@@ -1,4 +1,5 @@
 #include "deck/VerticalResizeBar.h"
+#include "ui/Palette.h"
 
 namespace Marlode
 {
@@ -10,7 +11,7 @@ VerticalResizeBar::VerticalResizeBar()
 
 void VerticalResizeBar::paint (juce::Graphics& g)
 {
-    g.setColour (juce::Colour (0xff808080));
+    g.setColour (midGreyColour);
     const auto y = (float) getHeight() / 2.0f;
     g.drawLine ((float) getWidth() / 2.0f - 20.0f, y, (float) getWidth() / 2.0f + 20.0f, y, 2.0f);
 }

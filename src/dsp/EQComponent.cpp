@@ -1,4 +1,5 @@
 #include "dsp/EQComponent.h"
+#include "ui/Palette.h"
 
 namespace Marlode
 {
@@ -18,7 +19,7 @@ void EQComponent::process (const juce::AudioSourceChannelInfo&) noexcept
 
 void EQComponent::paint (juce::Graphics& g)
 {
-    g.fillAll (juce::Colour (0xff0f0f0f));
+    g.fillAll (sliderBackColour);
 }
 
 } // namespace Marlode

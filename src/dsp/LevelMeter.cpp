@@ -1,4 +1,5 @@
 #include "dsp/LevelMeter.h"
+#include "ui/Palette.h"
 
 #include <cmath>
 
@@ -9,8 +10,6 @@ namespace
 {
     constexpr int titleHeight = 18;
     constexpr int textBoxHeight = 20;
-    const juce::Colour barColour (0xff2e8b57);
-    const juce::Colour clipColour (0xffff0000);
     const juce::String infinity = juce::String ("-") + juce::String (juce::CharPointer_UTF8 ("\xe2\x88\x9e"));
 }
 
@@ -26,9 +25,9 @@ LevelMeter::LevelMeter (const juce::String& meterName, const std::atomic<bool>* 
 
     for (size_t ch = 0; ch < 2; ++ch)
     {
-        bars[ch].setFill (barColour);
-        peakMarks[ch].setFill (juce::Colour (0xff008000));
-        clipBars[ch].setFill (clipColour);
+        bars[ch].setFill (meterBarColour);
+        peakMarks[ch].setFill (onColour);
+        clipBars[ch].setFill (offColour);
         addAndMakeVisible (bars[ch]);
         addChildComponent (peakMarks[ch]);
         addChildComponent (clipBars[ch]);
@@ -168,32 +167,32 @@ void LevelMeter::renderBackground()
 {
     background = juce::Image (juce::Image::ARGB, juce::jmax (1, getWidth()), juce::jmax (1, getHeight()), true);
     juce::Graphics g (background);
-    g.fillAll (juce::Colour (0xff282a28));
+    g.fillAll (backgroundColour);
 
     const auto type = processor.meterType.load();
     const auto bottom = (float) (barAreas[0].getBottom());
 
     for (const auto& area : barAreas)
     {
-        g.setColour (juce::Colour (0xff0f0f0f));
+        g.setColour (sliderBackColour);
         g.fillRect (area);
 
         // Three regions: safe, loud (from -12) and hot (from -6); in LUFS, at and above the reference.
         if (type == LevelMeterProcessor::lufs)
         {
-            g.setColour (juce::Colour (0xff3a2a10));
+            g.setColour (scaleAboveReferenceColour);
             g.fillRect (juce::Rectangle<float> ((float) area.getX(), (float) area.getY(), (float) area.getWidth(),
                                                 yForDb ((float) lufsReference) - (float) area.getY()));
         }
         else
         {
-            g.setColour (juce::Colour (0xff3a3a10));
+            g.setColour (scaleCautionColour);
             g.fillRect (juce::Rectangle<float> ((float) area.getX(), yForDb (-6.0f), (float) area.getWidth(), 6.0f * pixelsPerDb));
-            g.setColour (juce::Colour (0xff3a2010));
+            g.setColour (scaleWarningColour);
             g.fillRect (juce::Rectangle<float> ((float) area.getX(), yForDb (0.0f), (float) area.getWidth(), 6.0f * pixelsPerDb));
         }
 
-        g.setColour (juce::Colour (0xff808080));
+        g.setColour (midGreyColour);
         g.drawRect (area.expanded (1), 1);
     }
 
@@ -265,15 +264,15 @@ void LevelMeter::timerRelayCallback()
             }
             else
             {
-                juce::Colour colour (0xff000000);
+                auto colour = blackColour;
                 if (type == LevelMeterProcessor::lufsAndTruePeak)
                     colour = juce::Colours::white;
                 else if (v < -12.0f)
-                    colour = juce::Colour (0xff008000);
+                    colour = onColour;
                 else if (v >= -12.0f && v < -6.0f)
-                    colour = juce::Colour (0xffffff00);
+                    colour = cautionColour;
                 else if (v >= -6.0f && v < 0.0f)
-                    colour = juce::Colour (0xffffa500);
+                    colour = warningColour;
 
                 peakMarks[ch].setFill (colour);
                 peakMarks[ch].setRectangle (juce::Rectangle<float> (area.getX(), (float) (int) yForDb (v), area.getWidth(), 1.0f));

@@ -28,9 +28,9 @@ void LevelMeterHorizontalLights::paint (juce::Graphics& g)
         for (size_t cell = 0; cell < thresholds.size(); ++cell)
         {
             const auto area = juce::Rectangle<float> ((float) cell * cellWidth, (float) c * rowHeight, cellWidth, rowHeight).reduced (1.5f);
-            g.setColour (shownDb[c] >= thresholds[cell] ? colours[cell] : juce::Colour (0xff000000));
+            g.setColour (shownDb[c] >= thresholds[cell] ? colours[cell] : blackColour);
             g.fillRoundedRectangle (area, 2.0f);
-            g.setColour (juce::Colour (0xff808080));
+            g.setColour (midGreyColour);
             g.drawRoundedRectangle (area, 2.0f, 1.0f);
         }
 }

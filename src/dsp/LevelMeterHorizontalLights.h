@@ -2,6 +2,7 @@
 
 #include "dsp/MasterLevelMeasurement.h"
 #include "engine/TimerRelayListener.h"
+#include "ui/Palette.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
@@ -23,9 +24,8 @@ public:
 
     // The cells, left to right: each lights in its colour at and above its threshold.
     const std::vector<float> thresholds { -99.0f, -60.0f, -30.0f, -18.0f, -12.0f, -9.0f, -6.0f, -3.0f, 0.0f };
-    const std::vector<juce::Colour> colours { juce::Colour (0xff008000), juce::Colour (0xff008000), juce::Colour (0xff008000),
-                                              juce::Colour (0xff008000), juce::Colour (0xffffff00), juce::Colour (0xffffff00),
-                                              juce::Colour (0xffffa500), juce::Colour (0xffffa500), juce::Colour (0xffff0000) };
+    const std::vector<juce::Colour> colours { onColour,      onColour,      onColour,      onColour, cautionColour,
+                                              cautionColour, warningColour, warningColour, offColour };
 
 private:
     std::array<float, MasterLevelMeasurement::numChannels> shownDb { MasterLevelMeasurement::floorDb,

@@ -582,7 +582,7 @@ void MainAudioAppComponent::resized()
 
 void MainAudioAppComponent::paint (juce::Graphics& g)
 {
-    g.fillAll (juce::Colour (0xff282a28));
+    g.fillAll (backgroundColour);
 }
 
 } // namespace Marlode

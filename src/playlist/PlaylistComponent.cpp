@@ -34,8 +34,6 @@ namespace
                                { 4, "Format", 75 },      { 8, "Sample Rate", 100 }, { 9, "Bits", 35 },
                                { 5, "Size MB", 75 },     { 7, "Channels", 75 },     { 3, "File Path", 500 } };
 
-    const juce::Colour evenRowColour (0xff1a1c1a), selectedColour (0xff4b4b4b), loadedColour (0xff3c4a3c),
-        playingColour (0xff2e6b2e), insertionColour (0xfff5f5f5), analysedColour (0xff008000);
 
     PlaylistRow rowFor (const juce::File& file, const juce::AudioFormatReader& reader)
     {
@@ -83,7 +81,7 @@ PlaylistComponent::PlaylistComponent (juce::AudioFormatManager& formats) : forma
 
     table.setRowHeight (rowHeight);
     table.setMultipleSelectionEnabled (true);
-    table.setColour (juce::ListBox::backgroundColourId, juce::Colour (0xff0f0f0f));
+    table.setColour (juce::ListBox::backgroundColourId, sliderBackColour);
     table.setWantsKeyboardFocus (true);
     addAndMakeVisible (table);
 }
@@ -325,14 +323,14 @@ void PlaylistComponent::setPlayingIndicator (bool isPlaying)
 void PlaylistComponent::paintRowBackground (juce::Graphics& g, int row, int width, int height, bool selected)
 {
     if (selected)
-        g.fillAll (selectedColour);
+        g.fillAll (panelMidColour);
     else if (row % 2 == 0)
         g.fillAll (evenRowColour);
 
     if (row == loadedRow)
-        g.fillAll (playingIndicator ? playingColour : loadedColour);
+        g.fillAll (playingIndicator ? playingRowColour : loadedRowColour);
 
-    g.setColour (insertionColour);
+    g.setColour (textColour);
     const auto numRows = (int) rows.size();
 
     if (isRowDragActive && ! draggedRows.contains (row) && numRows >= 2 && dropIndex >= 0)
@@ -368,7 +366,7 @@ void PlaylistComponent::paintCell (juce::Graphics& g, int row, int columnId, int
 
         if (r.isAnalysed)
         {
-            g.setColour (analysedColour);
+            g.setColour (onColour);
             g.drawRoundedRectangle (juce::Rectangle<float> (1.0f, 2.0f, (float) width - 2.0f, (float) height - 4.0f), 3.0f, 1.0f);
         }
     }
@@ -378,7 +376,7 @@ void PlaylistComponent::paintCell (juce::Graphics& g, int row, int columnId, int
     const auto justification = (columnId == 2 || columnId == 3) ? juce::Justification::centredLeft : juce::Justification::centred;
     g.drawText (getCellText (r, columnId), 2, 0, width - 4, height, justification, true);
 
-    g.setColour (juce::Colour (0xff3c3c3c));
+    g.setColour (widgetColour);
     g.fillRect (width - 1, 0, 1, height);
 }
 
@@ -745,7 +743,7 @@ void PlaylistComponent::resized()
 
 void PlaylistComponent::paint (juce::Graphics& g)
 {
-    g.fillAll (juce::Colour (0xff0f0f0f));
+    g.fillAll (sliderBackColour);
 }
 
 void PlaylistComponent::focusOfChildComponentChanged (FocusChangeType) { sendActionMessage ("Focus Changed"); }

@@ -10,8 +10,8 @@ SondrelLookAndFeel::SondrelLookAndFeel()
     setColour (juce::Slider::thumbColourId, thumbColour);
     setColour (juce::Slider::rotarySliderFillColourId, textColour);
     setColour (juce::Slider::rotarySliderOutlineColourId, textColour);
-    setColour (juce::PopupMenu::backgroundColourId, juce::Colour (0xffd3d3d3));
-    setColour (juce::PopupMenu::textColourId, juce::Colour (0xff000000));
+    setColour (juce::PopupMenu::backgroundColourId, menuBackColour);
+    setColour (juce::PopupMenu::textColourId, blackColour);
     setColour (juce::TextButton::buttonColourId, widgetColour);
 }
 
@@ -29,7 +29,7 @@ void SondrelLookAndFeel::drawTableHeaderColumn (juce::Graphics& g, juce::TableHe
 
         const auto side = (float) juce::jmin (juce::jmax (width - 8, 0), height / 2) - 4.0f;
         const auto box = area.removeFromRight ((int) side).toFloat().withSizeKeepingCentre (side, side);
-        g.setColour (juce::Colour (0x99000000));
+        g.setColour (sortArrowColour);
         g.fillPath (sortArrow, sortArrow.getTransformToScaleToFit (box.reduced (2.0f), true));
     }
 

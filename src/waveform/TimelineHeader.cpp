@@ -1,12 +1,12 @@
 #include "waveform/TimelineHeader.h"
 #include "engine/FormatTime.h"
+#include "ui/Palette.h"
 
 namespace Marlode
 {
 
 namespace
 {
-    const juce::Colour tickColour (0xff008000);
 }
 
 TimelineHeader::TimelineHeader (const double* start, const double* end, const double* span)
@@ -22,8 +22,8 @@ TimelineHeader::TimelineHeader (const double* start, const double* end, const do
         addAndMakeVisible (label);
     }
 
-    leftLabel.setColour (juce::Label::textColourId, tickColour);
-    rightLabel.setColour (juce::Label::textColourId, tickColour);
+    leftLabel.setColour (juce::Label::textColourId, onColour);
+    rightLabel.setColour (juce::Label::textColourId, onColour);
     leftLabel.setJustificationType (juce::Justification::centredLeft);
     rightLabel.setJustificationType (juce::Justification::centredRight);
     centreLabel.setJustificationType (juce::Justification::centred);
@@ -78,7 +78,7 @@ void TimelineHeader::paint (juce::Graphics& g)
         if (x <= (float) leftLabel.getRight() || x >= (float) rightLabel.getX())
             continue;
 
-        g.setColour (tickColour);
+        g.setColour (onColour);
         g.fillRect (juce::Rectangle<float> (x, h * 0.5f, 1.0f, h * 0.5f - 1.0f));
 
         if ((float) rightLabel.getX() > x + 50.0f)

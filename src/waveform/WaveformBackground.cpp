@@ -1,4 +1,5 @@
 #include "waveform/WaveformBackground.h"
+#include "ui/Palette.h"
 
 namespace Marlode
 {
@@ -6,7 +7,7 @@ namespace Marlode
 WaveformBackground::WaveformBackground()
 {
     setInterceptsMouseClicks (false, false);
-    fade.setFill (juce::Colour (0x400f0f0f));
+    fade.setFill (waveformFadeColour);
     addChildComponent (fade);
 }
 
@@ -26,10 +27,10 @@ void WaveformBackground::setFading (bool shouldFade)
 
 void WaveformBackground::paint (juce::Graphics& g)
 {
-    g.setColour (juce::Colour (0xff282a28));
+    g.setColour (backgroundColour);
     g.fillRoundedRectangle (getLocalBounds().toFloat(), 7.0f);
 
-    g.setColour (juce::Colour (0xfff5f5f5));
+    g.setColour (textColour);
     g.fillRect (waveformArea.getX() + 1, waveformArea.getY(), waveformArea.getWidth() - 2, 1);
     g.fillRect (waveformArea.getX() + 1, waveformArea.getBottom() - 1, waveformArea.getWidth() - 2, 1);
 }

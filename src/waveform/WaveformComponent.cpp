@@ -1,5 +1,6 @@
 #include "waveform/WaveformComponent.h"
 #include "engine/FormatTime.h"
+#include "ui/Palette.h"
 
 #include <cmath>
 
@@ -12,7 +13,6 @@ namespace
     constexpr int buttonRowHeight = 50;
     constexpr int laneHeight = 12;
     constexpr double smallestSpan = 0.025;
-    const juce::Colour waveColour (0xfff5f5f5);
 
     // The keys held with a click or a hover, mouse buttons left out, and the marker each sets.
     // The command key is Ctrl here, Cmd on a Mac.
@@ -47,7 +47,7 @@ WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, TrackTr
     for (auto* b : { &autoPlayButton, &playNextButton, &followButton, &replayButton, &loopButton })
     {
         b->setClickingTogglesState (true);
-        b->setColour (juce::TextButton::buttonOnColourId, juce::Colour (0xff808080));
+        b->setColour (juce::TextButton::buttonOnColourId, midGreyColour);
     }
 
     autoPlayButton.setToggleState (true, juce::dontSendNotification);
@@ -63,16 +63,16 @@ WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, TrackTr
     overview.setInterceptsMouseClicks (false, false);
     addAndMakeVisible (overview);
     scrollBar.setAutoHide (false);
-    scrollBar.setColour (juce::ScrollBar::thumbColourId, juce::Colour (0xff808080));
+    scrollBar.setColour (juce::ScrollBar::thumbColourId, midGreyColour);
     scrollBar.setAlpha (1.0f - 64.0f / 255.0f);
     scrollBar.addListener (this);
     addAndMakeVisible (scrollBar);
 
     const std::pair<juce::DrawableRectangle*, juce::Colour> drawables[] = {
-        { &playHead, juce::Colour (0xff008000) },    { &centreHead, juce::Colour (0xff008000) },
-        { &overviewHead, juce::Colour (0xff008000) }, { &replayLine, juce::Colour (0xff9932cc) },
-        { &loopStartLine, juce::Colour (0xff008b8b) }, { &loopEndLine, juce::Colour (0xff008b8b) },
-        { &loopShade, juce::Colour (0x80808080) }
+        { &playHead, onColour },    { &centreHead, onColour },
+        { &overviewHead, onColour }, { &replayLine, replayMarkerColour },
+        { &loopStartLine, loopMarkerColour }, { &loopEndLine, loopMarkerColour },
+        { &loopShade, loopShadeColour }
     };
 
     for (auto& [drawable, colour] : drawables)
@@ -274,7 +274,7 @@ void WaveformComponent::renderSlot (TrackedImageSlot& slot, bool drawInto)
         return;
 
     juce::Graphics g (slot.image);
-    g.setColour (waveColour);
+    g.setColour (textColour);
     drawChannels (g, { 0, 0, imageWidth, imageHeight }, slot.startTime, slot.endTime, waveformZoom);
 }
 
@@ -357,7 +357,7 @@ void WaveformComponent::drawOverview()
 {
     juce::Image image (juce::Image::ARGB, juce::jmax (1, overview.getWidth()), juce::jmax (1, overview.getHeight()), true);
     juce::Graphics g (image);
-    g.setColour (waveColour);
+    g.setColour (textColour);
     drawChannels (g, image.getBounds(), 0.0, trackLength, overviewZoom);
     overview.setImage (image);
     overview.repaint();
@@ -365,7 +365,7 @@ void WaveformComponent::drawOverview()
 
 void WaveformComponent::drawWaveform (juce::Graphics& g, juce::Rectangle<int> area, bool direct)
 {
-    g.setColour (waveColour);
+    g.setColour (textColour);
 
     if (direct)
     {
@@ -396,7 +396,7 @@ void WaveformComponent::paint (juce::Graphics& g)
 {
     if (! trackLoaded)
     {
-        g.setColour (juce::Colour (0xff555555));
+        g.setColour (placeholderTextColour);
         g.setFont (36.0f);
         g.drawText ("No File Loaded", waveformArea, juce::Justification::centred, true);
         return;

@@ -1,4 +1,5 @@
 #include "waveform/WaveformMarkerTab.h"
+#include "ui/Palette.h"
 
 namespace Marlode
 {
@@ -9,17 +10,17 @@ WaveformMarkerTab::WaveformMarkerTab (int tabType) : type (tabType)
     {
         case replay:
             shape.addRectangle (0.0f, 0.0f, 10.0f, 10.0f);
-            colour = juce::Colour (0xff9932cc);
+            colour = replayMarkerColour;
             cursor = juce::MouseCursor::LeftRightResizeCursor;
             break;
         case loopStart:
             shape.addTriangle (0.0f, 0.0f, 0.0f, 10.0f, 10.0f, 5.0f);
-            colour = juce::Colour (0xff008b8b);
+            colour = loopMarkerColour;
             cursor = juce::MouseCursor::RightEdgeResizeCursor;
             break;
         default:
             shape.addTriangle (10.0f, 0.0f, 10.0f, 10.0f, 0.0f, 5.0f);
-            colour = juce::Colour (0xff008b8b);
+            colour = loopMarkerColour;
             cursor = juce::MouseCursor::LeftEdgeResizeCursor;
             pathOffset = 1.0f;
             break;
