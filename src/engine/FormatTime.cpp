@@ -5,19 +5,31 @@
 namespace Marlode
 {
 
-ClockTime ClockTime::fromSeconds (double t) noexcept
+namespace
 {
-    // NaN fails every comparison, so it lands on zero with the negative times.
-    const auto limited = t > 0.0 ? juce::jmin (t, maxSeconds) : 0.0;
-    const auto totalMs = std::llround (limited * 1.0e6) / 1000;
-    const auto totalS = totalMs / 1000;
+    struct ClockTime
+    {
+        juce::int64 hours = 0, totalMilliseconds = 0;
+        int minutes = 0, seconds = 0, milliseconds = 0;
+    };
 
-    ClockTime c;
-    c.hours = totalS / 3600;
-    c.minutes = (int) (totalS % 3600 / 60);
-    c.seconds = (int) (totalS % 60);
-    c.milliseconds = (int) (totalMs % 1000);
-    return c;
+    // Far past any track, and small enough for its microseconds to fit in 64 bits.
+    constexpr double maxSeconds = 1.0e12;
+
+    ClockTime clockTime (double t) noexcept
+    {
+        // NaN fails every comparison, so it lands on zero with the negative times.
+        const auto limited = t > 0.0 ? juce::jmin (t, maxSeconds) : 0.0;
+
+        ClockTime c;
+        c.totalMilliseconds = std::llround (limited * 1.0e6) / 1000;
+        const auto totalSeconds = c.totalMilliseconds / 1000;
+        c.hours = totalSeconds / 3600;
+        c.minutes = (int) (totalSeconds % 3600 / 60);
+        c.seconds = (int) (totalSeconds % 60);
+        c.milliseconds = (int) (c.totalMilliseconds % 1000);
+        return c;
+    }
 }
 
 juce::String formatTime (double t)
@@ -25,10 +37,10 @@ juce::String formatTime (double t)
     if (t < 0.0)
         return "0:00.000";
 
-    const auto c = ClockTime::fromSeconds (t);
+    const auto c = clockTime (t);
 
     // The milliseconds are the last three digits of the whole count, unpadded under a second.
-    const auto ms = c.totalMilliseconds() == 0 ? juce::String ("000") : juce::String (c.totalMilliseconds()).getLastCharacters (3);
+    const auto ms = c.totalMilliseconds == 0 ? juce::String ("000") : juce::String (c.totalMilliseconds).getLastCharacters (3);
 
     juce::String text;
     if (c.hours > 0)
@@ -44,7 +56,7 @@ juce::String formatTime (double t)
 
 juce::String timerText (bool showHours, double seconds)
 {
-    const auto c = ClockTime::fromSeconds (seconds);
+    const auto c = clockTime (seconds);
 
     if (showHours)
         return juce::String::formatted ("%02lld:%02d:%02d.%01d", (long long) c.hours, c.minutes, c.seconds, c.milliseconds / 100);
@@ -54,7 +66,7 @@ juce::String timerText (bool showHours, double seconds)
 
 juce::String durationText (double seconds)
 {
-    const auto c = ClockTime::fromSeconds (seconds);
+    const auto c = clockTime (seconds);
     return juce::String::formatted ("%02lld:%02d:%02d", (long long) c.hours, c.minutes, c.seconds);
 }
 

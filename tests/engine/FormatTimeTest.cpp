@@ -30,10 +30,10 @@ namespace
 TEST_P (FormatTimeTable, EveryTextReadsTheSameMillisecond)
 {
     const auto& c = GetParam();
-    EXPECT_EQ (formatTime (c.seconds), c.ruler);
-    EXPECT_EQ (timerText (false, c.seconds), c.clock);
-    EXPECT_EQ (timerText (true, c.seconds), c.longClock);
-    EXPECT_EQ (durationText (c.seconds), c.length);
+    EXPECT_EQ (formatTime (c.seconds), juce::String (c.ruler));
+    EXPECT_EQ (timerText (false, c.seconds), juce::String (c.clock));
+    EXPECT_EQ (timerText (true, c.seconds), juce::String (c.longClock));
+    EXPECT_EQ (durationText (c.seconds), juce::String (c.length));
 }
 
 INSTANTIATE_TEST_SUITE_P (
@@ -61,10 +61,13 @@ INSTANTIATE_TEST_SUITE_P (
 
 TEST (FormatTime, EveryWholeMillisecondReadsAsItself)
 {
-    // Times such as a position of k / 1000 s must come back as k milliseconds, not k - 1.
-    for (juce::int64 k = 0; k <= 10 * 3600 * 1000; k += 7)
+    // A position of k / 1000 s must read k milliseconds, never k - 1, on the clock and the ruler.
+    for (juce::int64 k = 0; k < 3600 * 1000; k += 7)
     {
-        const auto c = ClockTime::fromSeconds ((double) k / 1000.0);
-        ASSERT_EQ (c.totalMilliseconds(), k) << k;
+        const auto expected = juce::String::formatted ("%02d:%02d.%03d", (int) (k / 60000), (int) (k / 1000 % 60), (int) (k % 1000));
+        ASSERT_EQ (timerText (false, (double) k / 1000.0), expected) << k;
+
+        if (k >= 1000)
+            ASSERT_EQ (formatTime ((double) k / 1000.0), expected) << k;
     }
 }
