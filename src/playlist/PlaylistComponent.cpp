@@ -216,7 +216,8 @@ void PlaylistComponent::selectRow (int row)
         return;
 
     markLoaded (row);
-    sendActionMessage ("New Track Selected");
+    const auto path = rows[(size_t) row].path;
+    listeners.call ([&path] (Listener& l) { l.newTrackSelected (path); });
 }
 
 void PlaylistComponent::deleteSelectedRows()
@@ -234,7 +235,7 @@ void PlaylistComponent::deleteSelectedRows()
         if (index == loadedRow)
         {
             loadedRow = -1;
-            sendActionMessage ("Current Track Deleted");
+            listeners.call ([] (Listener& l) { l.currentTrackDeleted(); });
         }
         else if (index < loadedRow)
         {
@@ -257,7 +258,7 @@ void PlaylistComponent::clear()
     playingIndicator = false;
 
     if (hadLoaded)
-        sendActionMessage ("Current Track Deleted");
+        listeners.call ([] (Listener& l) { l.currentTrackDeleted(); });
 
     table.deselectAllRows();
     rowsChanged();
@@ -301,11 +302,11 @@ bool PlaylistComponent::isRowPlayable (int row) const
     return r != nullptr && r->file.existsAsFile();
 }
 
-juce::String PlaylistComponent::moveCurrentRow (int delta)
+juce::String PlaylistComponent::step (int delta)
 {
     const auto target = loadedRow + delta;
 
-    if (! isRowPlayable (target))
+    if (rows.size() < 2 || ! isRowPlayable (target))
         return {};
 
     markLoaded (target);
@@ -611,10 +612,10 @@ void PlaylistComponent::menuItemChosen (int result)
 {
     if (result == 1)
         deleteSelectedRows();
-    else if (result >= 2 && result <= 6 && listener != nullptr)
-        listener->sendTracksToDeck (result - 2, true);
-    else if (result >= 7 && result <= 11 && listener != nullptr)
-        listener->sendTracksToDeck (result - 7, false);
+    else if (result >= 2 && result <= 6)
+        listeners.call ([result] (Listener& l) { l.sendTracksToDeck (result - 2, true); });
+    else if (result >= 7 && result <= 11)
+        listeners.call ([result] (Listener& l) { l.sendTracksToDeck (result - 7, false); });
     else if (result == 12)
     {
         if (auto* r = getRow (table.getSelectedRow()))
@@ -769,6 +770,9 @@ void PlaylistComponent::paint (juce::Graphics& g)
     g.fillAll (juce::Colour (0xff0f0f0f));
 }
 
-void PlaylistComponent::focusOfChildComponentChanged (FocusChangeType) { sendActionMessage ("Focus Changed"); }
+void PlaylistComponent::focusOfChildComponentChanged (FocusChangeType)
+{
+    listeners.call ([] (Listener& l) { l.playlistFocusChanged(); });
+}
 
 } // namespace Marlode
