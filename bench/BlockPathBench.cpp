@@ -1,7 +1,7 @@
 // The cost of one 512-sample device block through a playing deck and the master path, as a
 // real-time factor (the block's duration at 44.1 kHz over the time it takes), beside a baseline:
 // the same file through JUCE's own AudioTransportSource with its buffering source.
-#include "engine/MainAudioAppComponent.h"
+#include "app/MainAudioAppComponent.h"
 
 #include <benchmark/benchmark.h>
 
@@ -66,7 +66,7 @@ namespace
         }
 
         bool isPlaying() const { return deck->trackDeck.getState() == Marlode::TransportState::Playing; }
-        Marlode::TrackTransport& transport() { return deck->trackDeck.transportSource; }
+        Marlode::TrackTransport& transport() { return deck->engine.transport; }
         void block() { app.getNextAudioBlock (info); }
 
         Marlode::MainAudioAppComponent app { false };

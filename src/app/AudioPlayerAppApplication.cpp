@@ -2,7 +2,7 @@
 #include "app/AppGlobals.h"
 #include "app/CrashHandler.h"
 #include "app/InstanceChannel.h"
-#include "engine/MainAudioAppComponent.h"
+#include "app/MainAudioAppComponent.h"
 #include "playlist/PlaylistComponent.h"
 #include "ui/DesktopWindowComponent.h"
 

@@ -1,16 +1,13 @@
 #include "deck/MainComponent.h"
-#include "engine/CommandIDs.h"
+#include "ui/CommandIDs.h"
 #include "ui/Alerts.h"
 #include "ui/Palette.h"
-
-#include <rubberband/RubberBandStretcher.h>
 
 namespace Marlode
 {
 
 namespace
 {
-    constexpr int deckChannels = 2;
     constexpr int panelButtonWidth = 75;
     constexpr int panelButtonHeight = 25;
     constexpr int minimumPanelHeight = 300;
@@ -25,9 +22,9 @@ namespace
 }
 
 MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupDisplayComponent*& activePopupSlot)
-    : trackDeck (*formatManager, playlist, transport, waveform),
+    : trackDeck (*formatManager, engine, playlist),
       playlist (*formatManager),
-      waveform (*formatManager, trackDeck.transportSource, waveformBackground),
+      waveform (*formatManager, engine, waveformBackground),
       keyMappings (keyMappingsToUse),
       activePopup (activePopupSlot)
 {
@@ -61,6 +58,9 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
     transport.skipForwardButton.onClick = [this] { trackDeck.nextTrack(); };
     transport.skipBackwardButton.onClick = [this] { trackDeck.previousTrack(); };
     waveform.openButton.onClick = [this] { openTrack (true); };
+    trackDeck.autoPlay.referTo (waveform.autoPlayButton.getToggleStateValue());
+    trackDeck.playNext.referTo (waveform.playNextButton.getToggleStateValue());
+    transport.setEnabled (false);
 
     playlistButton.onClick = [this] { showPanel (Panel::playlist); };
     deckEQButton.onClick = [this] { showPanel (Panel::eq); };
@@ -71,12 +71,9 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
 
     playlist.fileFilter = [this] (const juce::StringArray& paths) { return vetFiles (PlaylistComponent::filesFromPaths (paths)); };
 
-    playlist.addActionListener (&trackDeck);
-    playlist.addActionListener (this);
-    waveform.addActionListener (&trackDeck);
-    waveform.addActionListener (this);
-    trackDeck.addActionListener (this);
-    trackDeck.addChangeListener (this);
+    playlist.addListener (this);
+    waveform.addListener (this);
+    trackDeck.addListener (this);
 
     for (TimerRelayListener* l : { static_cast<TimerRelayListener*> (&timer), static_cast<TimerRelayListener*> (&waveform),
                                    static_cast<TimerRelayListener*> (&inputMeter), static_cast<TimerRelayListener*> (&outputMeter) })
@@ -87,93 +84,15 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
 
 MainComponent::~MainComponent()
 {
-    // Nothing may read through the transport once the members below start going.
-    trackDeck.transportSource.setSource (nullptr, 0, nullptr, 0.0);
-    trackDeck.removeChangeListener (this);
-    trackDeck.removeActionListener (this);
-    playlist.removeAllActionListeners();
-    waveform.removeAllActionListeners();
+    trackDeck.removeListener (this);
+    playlist.removeListener (this);
+    waveform.removeListener (this);
 }
 
 //==============================================================================
 void MainComponent::prepareToPlay (int blockSize, double sampleRate)
 {
-    deckBlockSize = blockSize;
-    deckSampleRate = sampleRate;
-    trackDeck.transportSource.prepareToPlay (blockSize, sampleRate);
-    inputMeter.prepare (blockSize, sampleRate);
-    outputMeter.prepare (blockSize, sampleRate);
-    deckEQ.prepare (sampleRate, blockSize, deckChannels);
-    deckFX.prepare (sampleRate, blockSize, deckChannels);
-}
-
-void MainComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info) noexcept
-{
-    auto& transportSource = trackDeck.transportSource;
-    // A track change on the message thread frees the transport's stream only after this block.
-    const TrackTransport::BlockScope scope (transportSource);
-    double position = 0.0;
-
-    if (! trackDeck.hasTrack())
-    {
-        if (info.buffer != nullptr && ! info.buffer->hasBeenCleared())
-            info.clearActiveBufferRegion();
-    }
-    else
-    {
-        const bool stretching = deckFX.timeStretchOn.load (std::memory_order_relaxed);
-        const auto loopStart = waveform.loopStart.load (std::memory_order_relaxed);
-        const bool looping = waveform.loopEnabled.load (std::memory_order_relaxed);
-
-        // Both stay decoded ahead, so a wrap or a return to them never waits for the disk. A loop
-        // that reaches the track's end comes back at the replay marker, inside the transport's
-        // block so that no silence comes between.
-        transportSource.setCuePoints (loopStart, waveform.replayTime.load (std::memory_order_relaxed), looping);
-
-        // The loop wraps at block resolution: up to one block past the loop's end can sound.
-        if (looping && transportSource.getSampleRate() > 0.0
-            && transportSource.isPlaying()
-            && trackDeck.transportPosition() >= waveform.loopEnd.load (std::memory_order_relaxed))
-            transportSource.setNextReadPosition (transportSource.toDevicePosition (loopStart));
-
-        if (! stretching)
-        {
-            transportSource.getNextAudioBlock (info);
-        }
-        else if (stretcher != nullptr)
-        {
-            auto* const* channels = info.buffer->getArrayOfWritePointers();
-
-            // The block's own buffer is the scratch space for the source audio.
-            while (stretcher->available() < info.numSamples)
-            {
-                transportSource.getNextAudioBlock (info);
-                stretcher->process (channels, (size_t) info.numSamples, false);
-            }
-
-            if (stretcher->available() != 0)
-                stretcher->retrieve (channels, (size_t) info.numSamples);
-            else
-                info.clearActiveBufferRegion();
-        }
-
-        position = trackDeck.transportPosition();
-    }
-
-    positionSeconds.store (position, std::memory_order_relaxed);
-    waveform.position.store (position, std::memory_order_relaxed);
-    timer.position.store (position, std::memory_order_relaxed);
-
-    inputMeter.process (info);
-
-    // Outside Playing the transport gives silence, and the filters rest.
-    if (trackDeck.getState() == TransportState::Playing)
-    {
-        deckEQ.process (info);
-        deckFX.process (info);
-    }
-
-    outputMeter.process (info);
+    engine.prepare (blockSize, sampleRate);
 }
 
 //==============================================================================
@@ -401,63 +320,87 @@ void MainComponent::timerRelayCallback()
     tickRelayListeners();
 }
 
-void MainComponent::publishPosition (double seconds) noexcept
+void MainComponent::resetMeters()
 {
-    positionSeconds.store (seconds);
-    waveform.position.store (seconds);
-    timer.position.store (seconds);
+    inputMeter.reset();
+    outputMeter.reset();
 }
 
-void MainComponent::actionListenerCallback (const juce::String& message)
+void MainComponent::trackLoaded (const juce::File& file)
 {
-    if (message == "Track Reset")
-    {
-        for (auto* meter : { &inputMeter, &outputMeter })
-            if (meter->maxPeakHold)
-                meter->reset();
+    for (auto* meter : { &inputMeter, &outputMeter })
+        if (meter->maxPeakHold)
+            meter->reset();
 
-        trackName.setText (TrackNameLabel::noTrackText);
-        publishPosition (0.0);
-    }
-    else if (message == "Reset Meters")
-    {
-        inputMeter.reset();
-        outputMeter.reset();
-    }
-    else if (message == "New Track Loaded")
-    {
-        trackName.setText (juce::File (trackDeck.getCurrentTrackPath()).getFileNameWithoutExtension());
-        timer.setTrackLength (trackDeck.transportSource.getLengthInSeconds());
-    }
-    else if (message == "Focus Changed")
-    {
-        auto* focused = juce::Component::getCurrentlyFocusedComponent();
-        showPlaylistOutline = focused != nullptr && (focused == &playlist || playlist.isParentOf (focused));
-        showWaveformOutline = focused == &waveform;
-
-        if (showPlaylistOutline || showWaveformOutline)
-            waveformHadFocus = showWaveformOutline;
-
-        repaint();
-    }
+    waveform.clearTrack();
+    waveform.loadTrack (file);
+    transport.setEnabled (true);
+    trackName.setText (file.getFileNameWithoutExtension());
+    timer.setTrackLength (engine.transport.getLengthInSeconds());
 }
 
-void MainComponent::changeListenerCallback (juce::ChangeBroadcaster* source)
+void MainComponent::trackUnloaded()
 {
-    if (source != &trackDeck)
-        return;
+    for (auto* meter : { &inputMeter, &outputMeter })
+        if (meter->maxPeakHold)
+            meter->reset();
 
-    const auto state = trackDeck.getState();
+    waveform.clearTrack();
+    transport.setEnabled (false);
+    trackName.setText (TrackNameLabel::noTrackText);
+}
 
-    if (state == TransportState::Paused || state == TransportState::Stopped)
+void MainComponent::playStateChanged (TransportState state)
+{
+    // The play marks show Playing; the passing states leave them as they were.
+    if (state == TransportState::Playing || state == TransportState::Paused || state == TransportState::Stopped)
     {
-        isPlaying.store (false);
-        sendChangeMessage();
+        const bool on = state == TransportState::Playing;
+        transport.playButton.setToggleState (on, juce::dontSendNotification);
+        playlist.setPlayingIndicator (on);
     }
-    else if (state == TransportState::Playing)
-    {
-        isPlaying.store (true);
-    }
+
+    if (onPlayStateChanged != nullptr)
+        onPlayStateChanged (*this);
+}
+
+void MainComponent::newTrackSelected (const juce::String& path)
+{
+    if (juce::File::isAbsolutePath (path))
+        trackDeck.loadTrack (juce::File (path));
+}
+
+void MainComponent::currentTrackDeleted()
+{
+    trackDeck.unloadTrack();
+}
+
+void MainComponent::ejectRequested()
+{
+    trackDeck.unloadTrack();
+}
+
+void MainComponent::seekRequested (double seconds)
+{
+    trackDeck.seek (seconds);
+    waveform.updatePlayhead();
+}
+
+void MainComponent::playlistFocusChanged()
+{
+    focusChanged();
+}
+
+void MainComponent::focusChanged()
+{
+    auto* focused = juce::Component::getCurrentlyFocusedComponent();
+    showPlaylistOutline = focused != nullptr && (focused == &playlist || playlist.isParentOf (focused));
+    showWaveformOutline = focused == &waveform;
+
+    if (showPlaylistOutline || showWaveformOutline)
+        waveformHadFocus = showWaveformOutline;
+
+    repaint();
 }
 
 void MainComponent::showMeterSettings (LevelMeter& meter)
@@ -521,7 +464,10 @@ bool MainComponent::perform (const InvocationInfo& info)
     switch (info.commandID)
     {
         case playPause: trackDeck.playButtonClicked(); break;
-        case CommandIDs::playFromStart: playFromStart(); break;
+        case CommandIDs::playFromStart:
+            trackDeck.playFromStart();
+            waveform.updatePlayhead();
+            break;
         case stop: trackDeck.stopButtonClicked(); break;
         case previousTrack: trackDeck.previousTrack(); break;
         case nextTrack: trackDeck.nextTrack(); break;
@@ -559,9 +505,8 @@ bool MainComponent::perform (const InvocationInfo& info)
         case showPlaylist: showPanel (Panel::playlist); break;
         case showEQ: showPanel (Panel::eq); break;
         case showFX: showPanel (Panel::fx); break;
-        case resetMeters:
-            inputMeter.reset();
-            outputMeter.reset();
+        case CommandIDs::resetMeters:
+            resetMeters();
             repaint();
             break;
         default: return false;
@@ -570,78 +515,23 @@ bool MainComponent::perform (const InvocationInfo& info)
     return true;
 }
 
-void MainComponent::playFromStart()
-{
-    if (! trackDeck.audioDeviceAvailable)
-    {
-        // The play button knows the message for a missing device.
-        trackDeck.playButtonClicked();
-        return;
-    }
-
-    trackDeck.returnToStart();
-    trackDeck.transportSource.start();
-}
-
 void MainComponent::skipOrJump (int command)
 {
-    using namespace CommandIDs;
-    auto& source = trackDeck.transportSource;
-    const auto rate = source.getSampleRate();
+    using Move = MarkerModel::Move;
+    const auto move = command == CommandIDs::skipForward ? Move::skipForward
+                    : command == CommandIDs::skipBack    ? Move::skipBack
+                    : command == CommandIDs::jumpForward ? Move::jumpForward
+                                                         : Move::jumpBack;
 
-    if (rate <= 0.0)
+    // While stopped the steps follow the zoom.
+    if (! trackDeck.skipOrJump (move, waveform.viewSpan / waveform.markerNudgeDivisor) || engine.transport.isPlaying())
         return;
 
-    // While playing the steps are in seconds; while stopped they follow the zoom.
-    const bool playing = source.isPlaying();
-    const auto nudge = waveform.viewSpan / waveform.markerNudgeDivisor;
-    const auto step = (command == skipForward || command == skipBack) ? (playing ? 1.0 : nudge) : (playing ? 15.0 : 25.0 * nudge);
-    const auto length = source.getLengthInSeconds();
-    const auto position = trackDeck.transportPosition();
-    const bool loopOn = waveform.loopEnabled.load();
-    const auto loopEnd = waveform.loopEnd.load();
-    auto target = -1.0;
-
-    if (command == skipForward)
-    {
-        // A running loop isn't skipped out of; a paused one can be.
-        if (const auto t = position + step; ! (t > loopEnd && loopOn && playing) && length > t)
-            target = t;
-    }
-    else if (command == jumpForward)
-    {
-        if (const auto t = position + step; ! (loopOn && t > loopEnd) && length > t)
-            target = t;
-    }
-    else if (command == skipBack)
-    {
-        target = juce::jmax (position - step, 0.0);
-    }
+    // No block moves the view while stopped, so it is drawn at the new place now.
+    if (waveform.followButton.getToggleState())
+        waveform.redrawWaveformImages();
     else
-    {
-        // A jump back under a loop stops at the replay marker, not at the loop's start.
-        target = position - step;
-        if (target < 0.0)
-            target = 0.0;
-        else if (loopOn)
-            target = juce::jmax (target, waveform.replayTime.load());
-    }
-
-    if (target < 0.0)
-        return;
-
-    trackDeck.seek (target);
-
-    if (! playing)
-    {
-        // No block may come to publish the new place before the view draws it.
-        publishPosition (target);
-
-        if (waveform.followButton.getToggleState())
-            waveform.redrawWaveformImages();
-        else
-            waveform.updatePlayhead();
-    }
+        waveform.updatePlayhead();
 }
 
 void MainComponent::restoreFocus()

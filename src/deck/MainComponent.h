@@ -1,15 +1,16 @@
 #pragma once
 
-#include "deck/SharedFormatManager.h"
+#include "engine/DeckEngine.h"
+#include "engine/SharedFormatManager.h"
 #include "deck/TimerComponent.h"
 #include "deck/TrackDeck.h"
 #include "deck/TrackNameLabel.h"
 #include "deck/TransportComponent.h"
 #include "deck/VerticalResizeBar.h"
-#include "dsp/DeckFXWindow.h"
-#include "dsp/EQComponent.h"
-#include "dsp/LevelMeter.h"
-#include "dsp/LevelMeterSettingsComponent.h"
+#include "dsp/panels/DeckFXWindow.h"
+#include "dsp/panels/EQComponent.h"
+#include "dsp/panels/LevelMeter.h"
+#include "dsp/panels/LevelMeterSettingsComponent.h"
 #include "engine/TimerRelayBroadcaster.h"
 #include "playlist/PlaylistComponent.h"
 #include "waveform/WaveformBackground.h"
@@ -17,12 +18,6 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
-#include <atomic>
-
-namespace RubberBand
-{
-class RubberBandStretcher;
-}
 
 namespace Marlode
 {
@@ -33,18 +28,18 @@ class PopupDisplayComponent;
 /**
     One deck as the user sees it: the player, its playlist, waveform, meters, equaliser and
     effects, laid out with the panel buttons, and the vetting of files before they reach the
-    playlist. getNextAudioBlock is the deck's part of the audio path.
+    playlist. Its audio path is `engine`, which the master's engine runs.
 
-    Message thread, except prepareToPlay (device start) and getNextAudioBlock (audio thread).
+    Message thread, except prepareToPlay (device start).
 */
 class MainComponent : public juce::Component,
                       public TimerRelayListener,
                       public TimerRelayBroadcaster,
                       public juce::ApplicationCommandTarget,
-                      public juce::ActionListener,
                       public juce::Button::Listener,
-                      public juce::ChangeListener,
-                      public juce::ChangeBroadcaster,
+                      private TrackDeck::Listener,
+                      private PlaylistComponent::Listener,
+                      private WaveformComponent::Listener,
                       public juce::DragAndDropContainer,
                       public juce::FileDragAndDropTarget
 {
@@ -54,9 +49,6 @@ public:
 
     //==============================================================================
     void prepareToPlay (int blockSize, double sampleRate);
-
-    /** Audio thread: allocates nothing and takes no lock. */
-    void getNextAudioBlock (const juce::AudioSourceChannelInfo&) noexcept;
 
     //==============================================================================
     /** Files and folders from a chooser, a drop or the command line: folders are searched,
@@ -84,9 +76,7 @@ public:
     void resized() override;
     void paint (juce::Graphics&) override;
     void timerRelayCallback() override;
-    void actionListenerCallback (const juce::String& message) override;
     void buttonClicked (juce::Button*) override;
-    void changeListenerCallback (juce::ChangeBroadcaster*) override;
     bool isInterestedInFileDrag (const juce::StringArray&) override;
     void filesDropped (const juce::StringArray& files, int x, int y) override;
 
@@ -99,12 +89,16 @@ public:
     // Declared first: every member below may use the formats.
     juce::SharedResourcePointer<SharedFormatManager> formatManager;
 
+    // Before every view and the player, which all read or drive it.
+    DeckEngine engine;
+
     TrackDeck trackDeck;
     PlaylistComponent playlist;
     WaveformBackground waveformBackground; // before the waveform, which draws on it from its constructor
     WaveformComponent waveform;
-    TimerComponent timer;
-    LevelMeter inputMeter { "in", &isPlaying }, outputMeter { "out", &isPlaying };
+    TimerComponent timer { engine };
+    LevelMeter inputMeter { "in", engine.inputMeter, [this] { return engine.isPlaying(); } },
+        outputMeter { "out", engine.outputMeter, [this] { return engine.isPlaying(); } };
     EQComponent deckEQ;
     DeckFXWindow deckFX;
     juce::TextButton playlistButton { "Playlist" }, deckEQButton { "Deck EQ" }, fxButton { "FX" },
@@ -112,19 +106,6 @@ public:
     VerticalResizeBar resizeBar;
     TransportComponent transport;
     TrackNameLabel trackName;
-
-    // The message thread writes it from the deck's state changes; the master engine and the interface read.
-    std::atomic<bool> isPlaying { false };
-
-    /** Any thread: the deck still owes the output sound, playing or fading out after a stop. */
-    [[nodiscard]] bool isSounding() const noexcept { return isPlaying.load() || trackDeck.transportSource.isSounding(); }
-
-    /** Message thread: the deck plays or is about to, so a switch away must hand its output over. */
-    [[nodiscard]] bool isPlayingOrStarting() const noexcept
-    {
-        return isPlaying.load() || trackDeck.getState() == TransportState::Starting;
-    }
-    std::atomic<double> positionSeconds { 0.0 };
 
     // This deck waits for its stop to be deleted; message thread.
     bool pendingDelete = false;
@@ -138,19 +119,28 @@ public:
 
     bool waveformHadFocus = false;
 
-    // Created by the time stretch controls; null until then. The audio thread reads the pointer.
-    std::unique_ptr<RubberBand::RubberBandStretcher> stretcher;
+    /** The deck's play state changed; the deck bank listens for a deck that stops. */
+    std::function<void (MainComponent&)> onPlayStateChanged;
 
 private:
     enum class Panel { playlist, eq, fx };
 
     void showPanel (Panel);
     void skipOrJump (int commandID);
-    void playFromStart();
     void validateAndAdd (const juce::Array<juce::File>& files);
     juce::StringArray vetFiles (const juce::Array<juce::File>& files);
-    void publishPosition (double seconds) noexcept;
     void setResizeDrag (int offset);
+    void resetMeters();
+
+    void trackLoaded (const juce::File&) override;
+    void trackUnloaded() override;
+    void playStateChanged (TransportState) override;
+    void newTrackSelected (const juce::String& path) override;
+    void currentTrackDeleted() override;
+    void playlistFocusChanged() override;
+    void seekRequested (double seconds) override;
+    void ejectRequested() override;
+    void focusChanged() override;
 
     juce::KeyPressMappingSet* keyMappings;
     PopupDisplayComponent*& activePopup;
@@ -165,8 +155,6 @@ private:
     bool showPlaylistOutline = false, showWaveformOutline = false;
     int dragOffset = 0;
     float ratioAtDragStart = 0.5f;
-    int deckBlockSize = 0;
-    double deckSampleRate = 0.0;
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (MainComponent)
 };

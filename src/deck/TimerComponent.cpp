@@ -4,7 +4,8 @@
 namespace Marlode
 {
 
-TimerComponent::TimerComponent()
+TimerComponent::TimerComponent (const DeckEngine& engineToShow)
+    : engine (engineToShow)
 {
     timeLabel.setFont (juce::Font (juce::Font::getDefaultMonospacedFontName(), normalFontHeight, fontStyle));
     timeLabel.setJustificationType (juce::Justification::centred);
@@ -15,7 +16,7 @@ TimerComponent::TimerComponent()
 
 void TimerComponent::timerRelayCallback()
 {
-    timeLabel.setText (timerText (showHours, position.load (std::memory_order_relaxed)), juce::dontSendNotification);
+    timeLabel.setText (timerText (showHours, engine.getPosition()), juce::dontSendNotification);
 }
 
 void TimerComponent::resized()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/DeckEngine.h"
 #include "engine/TimerRelayListener.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -9,12 +10,12 @@
 namespace Marlode
 {
 
-/** The deck's time readout, refreshed on the interface tick. Message thread, except `position`. */
+/** The deck's time readout: the engine's position, read on the interface tick. Message thread. */
 class TimerComponent : public juce::Component,
                        public TimerRelayListener
 {
 public:
-    TimerComponent();
+    explicit TimerComponent (const DeckEngine&);
 
     void timerRelayCallback() override;
     void resized() override;
@@ -26,10 +27,9 @@ public:
     [[nodiscard]] bool isShowingHours() const noexcept { return showHours; }
     [[nodiscard]] float getFontHeight() const { return timeLabel.getFont().getHeight(); }
 
-    // Seconds: the deck's block writes it, the tick reads it.
-    std::atomic<double> position { 0.0 };
 
 private:
+    const DeckEngine& engine;
     juce::Label timeLabel;
     bool showHours = false;
     float normalFontHeight = 30.0f;

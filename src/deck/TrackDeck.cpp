@@ -1,9 +1,7 @@
 #include "deck/TrackDeck.h"
-#include "deck/TransportComponent.h"
 #include "engine/AudioFileGuard.h"
 #include "playlist/PlaylistComponent.h"
 #include "ui/Alerts.h"
-#include "waveform/WaveformComponent.h"
 
 namespace Marlode
 {
@@ -11,44 +9,33 @@ namespace Marlode
 namespace
 {
     constexpr int readAheadSamples = 32768;
-
-    // Marker times compare equal when their whole milliseconds do.
-    bool sameMillisecond (double a, double b) noexcept
-    {
-        return (int) (1000.0 * a) == (int) (1000.0 * b);
-    }
 }
 
-TrackDeck::TrackDeck (juce::AudioFormatManager& formats, PlaylistComponent& playlistToUse,
-                      TransportComponent& transportToUse, WaveformComponent& waveformToUse)
-    : formatManager (formats), playlist (playlistToUse), transportComponent (transportToUse), waveform (waveformToUse)
+TrackDeck::TrackDeck (juce::AudioFormatManager& formats, DeckEngine& engineToUse, PlaylistCursor& cursor)
+    : engine (engineToUse), formatManager (formats), playlist (cursor), transport (engineToUse.transport)
 {
-    transportSource.addChangeListener (this);
+    transport.addChangeListener (this);
     onQuitWhenStopped = [] { juce::MessageManager::getInstance()->stopDispatchLoop(); };
 }
 
 TrackDeck::~TrackDeck()
 {
-    transportSource.removeChangeListener (this);
+    transport.removeChangeListener (this);
     // The transport's ring is served by readAheadThread, so it must let go of the thread first.
-    transportSource.setSource (nullptr, 0, nullptr, 0.0);
+    engine.setHasTrack (false);
+    transport.setSource (nullptr, 0, nullptr, 0.0);
     readAheadThread.stopThread (2000);
-}
-
-juce::String TrackDeck::getCurrentTrackPath() const
-{
-    return currentTrackPath;
-}
-
-double TrackDeck::transportPosition() const noexcept
-{
-    const auto rate = transportSource.getSampleRate();
-    return rate > 0.0 ? (double) transportSource.getNextReadPosition() / rate : 0.0;
 }
 
 void TrackDeck::seek (double seconds)
 {
-    transportSource.setPosition (seconds);
+    transport.setPosition (seconds);
+}
+
+void TrackDeck::enter (TransportState s)
+{
+    engine.setPlayState (s);
+    listeners.call ([s] (Listener& l) { l.playStateChanged (s); });
 }
 
 //==============================================================================
@@ -72,75 +59,59 @@ void TrackDeck::loadTrack (const juce::File& file)
         return;
     }
 
-    const bool wasPlaying = transportSource.isPlaying();
+    const bool wasPlaying = transport.isPlaying();
 
     if (wasPlaying)
     {
-        transportSource.stop();
-        state.store (TransportState::Stopped);
+        transport.stop();
+        enter (TransportState::Stopped);
     }
-
-    waveform.clearTrack();
 
     const auto fileRate = newReader->sampleRate;
     reader = newReader.get();
     auto newSource = std::make_unique<juce::AudioFormatReaderSource> (newReader.release(), true);
 
     readAheadThread.startThread();
-    transportSource.setSource (newSource.get(), readAheadSamples, &readAheadThread, fileRate);
-    transportComponent.setEnabled (true);
-    waveform.loadTrack (file);
+    transport.setSource (newSource.get(), readAheadSamples, &readAheadThread, fileRate);
 
     // The old source goes only after the transport has let go of it.
     std::swap (readerSource, newSource);
     newSource.reset();
-    trackPresent.store (true, std::memory_order_release);
-
-    waveform.enableTrackControls();
+    engine.setHasTrack (true);
     currentTrackPath = file.getFullPathName();
+    engine.markers.resetForTrack (transport.getLengthInSeconds());
 
-    if (waveform.autoPlayButton.getToggleState() || wasPlaying)
+    listeners.call ([&file] (Listener& l) { l.trackLoaded (file); });
+
+    if ((bool) autoPlay.getValue() || wasPlaying)
         playButtonClicked();
-
-    sendActionMessage ("Track Reset");
-    sendActionMessage ("New Track Loaded");
 }
 
 void TrackDeck::unloadTrack()
 {
     if (reader != nullptr && getState() != TransportState::Stopped)
     {
-        transportSource.stop();
+        transport.stop();
         enterStoppedAfterStop();
     }
 
-    trackPresent.store (false, std::memory_order_release);
-    transportSource.setSource (nullptr, 0, nullptr, 0.0);
-    transportComponent.setEnabled (false);
+    engine.setHasTrack (false);
+    transport.setSource (nullptr, 0, nullptr, 0.0);
     reader = nullptr;
     readerSource.reset();
     currentTrackPath.clear();
-    waveform.clearTrack();
-    sendActionMessage ("Track Reset");
+    engine.markers.clear();
+    listeners.call ([] (Listener& l) { l.trackUnloaded(); });
 }
 
 //==============================================================================
-void TrackDeck::setPlayIndicators (bool isPlaying)
-{
-    transportComponent.playButton.setToggleState (isPlaying, juce::dontSendNotification);
-    playlist.setPlayingIndicator (isPlaying);
-}
-
 void TrackDeck::enterStoppedAfterStop()
 {
-    state.store (TransportState::Stopped);
-    setPlayIndicators (false);
     returnToStart();
+    enter (TransportState::Stopped);
 
     if (quitWhenStopped && onQuitWhenStopped)
         onQuitWhenStopped();
-
-    sendChangeMessage();
 }
 
 void TrackDeck::changeState (TransportState newState)
@@ -148,73 +119,60 @@ void TrackDeck::changeState (TransportState newState)
     if (reader == nullptr || getState() == newState)
         return;
 
-    state.store (newState);
-
     switch (newState)
     {
         case TransportState::Stopped:
-            setPlayIndicators (false);
-            returnToStart();
-            if (quitWhenStopped && onQuitWhenStopped)
-                onQuitWhenStopped();
-            break;
+            enterStoppedAfterStop();
+            return;
 
         case TransportState::Starting:
-            transportSource.start();
-            break;
-
-        case TransportState::Playing:
-            setPlayIndicators (true);
+            engine.setPlayState (newState);
+            transport.start();
             break;
 
         case TransportState::Stopping:
         case TransportState::Pausing:
-            transportSource.stop();
+            engine.setPlayState (newState);
+            transport.stop();
             break;
 
+        case TransportState::Playing:
         case TransportState::Paused:
             break;
     }
 
-    sendChangeMessage();
+    enter (newState);
 }
 
-void TrackDeck::changeListenerCallback (juce::ChangeBroadcaster* source)
+void TrackDeck::changeListenerCallback (juce::ChangeBroadcaster*)
 {
-    if (source != &transportSource)
-        return;
-
     const auto current = getState();
 
-    if (transportSource.isPlaying())
+    if (transport.isPlaying())
     {
-        if (reader == nullptr || current == TransportState::Playing)
-            return;
-
-        state.store (TransportState::Playing);
-        setPlayIndicators (true);
-        sendChangeMessage();
+        if (reader != nullptr && current != TransportState::Playing)
+            enter (TransportState::Playing);
         return;
     }
 
     if (current == TransportState::Playing || current == TransportState::Stopping)
     {
-        if (! transportSource.hasStreamFinished())
+        if (! transport.hasStreamFinished())
         {
-            if (reader != nullptr && current != TransportState::Stopped)
+            if (reader != nullptr)
                 enterStoppedAfterStop();
             return;
         }
 
-        if (waveform.loopEnabled.load())
+        if (engine.markers.isLoopOn())
         {
             // A loop that ends at the track's end comes back at the replay marker.
-            seek (waveform.replayTime.load());
-            transportSource.start();
+            seek (engine.markers.getReplay());
+            transport.start();
             return;
         }
 
-        if (waveform.playNextButton.getToggleState())
+        if ((bool) playNext.getValue())
         {
             const auto next = playlist.nextPlayableFile();
 
@@ -231,11 +189,7 @@ void TrackDeck::changeListenerCallback (juce::ChangeBroadcaster* source)
     }
 
     if (current == TransportState::Pausing && reader != nullptr)
-    {
-        state.store (TransportState::Paused);
-        setPlayIndicators (false);
-        sendChangeMessage();
-    }
+        enter (TransportState::Paused);
 }
 
 //==============================================================================
@@ -254,15 +208,15 @@ void TrackDeck::playButtonClicked()
 
     if (current == TransportState::Stopped || current == TransportState::Paused)
     {
-        state.store (TransportState::Starting);
-        transportSource.start();
-        sendChangeMessage();
+        engine.setPlayState (TransportState::Starting);
+        transport.start();
+        enter (TransportState::Starting);
     }
     else if (current == TransportState::Playing)
     {
-        state.store (TransportState::Pausing);
-        transportSource.stop();
-        sendChangeMessage();
+        engine.setPlayState (TransportState::Pausing);
+        transport.stop();
+        enter (TransportState::Pausing);
     }
 }
 
@@ -285,101 +239,72 @@ void TrackDeck::stopButtonClicked()
         return;
     }
 
-    state.store (TransportState::Stopping);
-    transportSource.stop();
-    sendChangeMessage();
+    engine.setPlayState (TransportState::Stopping);
+    transport.stop();
+    enter (TransportState::Stopping);
 }
 
 void TrackDeck::returnToStart()
 {
-    const auto pos = transportPosition();
-    const auto r = waveform.replayTime.load();
-    const auto ls = waveform.loopStart.load();
-    const auto le = waveform.loopEnd.load();
-    const bool replayOn = waveform.replayButton.getToggleState();
-    const bool loopOn = waveform.loopButton.getToggleState();
+    const auto to = engine.markers.returnToStart (engine.getPosition());
+    seek (to.target);
 
-    if (replayOn && loopOn)
-    {
-        double target = ls;
+    if (to.leavesLoop)
+        engine.markers.setLoopOn (false);
+}
 
-        if (sameMillisecond (pos, ls))
-            target = r;
-        else if (! sameMillisecond (pos, r) && ! (le < r && pos < le))
-            target = r;
-
-        seek (target);
-
-        if (transportPosition() > le)
-            waveform.loopButton.setToggleState (false, juce::sendNotification);
-    }
-    else if (replayOn)
+void TrackDeck::playFromStart()
+{
+    if (! audioDeviceAvailable)
     {
-        seek (sameMillisecond (pos, r) ? 0.0 : r);
-    }
-    else if (loopOn)
-    {
-        if (sameMillisecond (pos, ls) || (pos > 0.0 && ls > pos))
-            seek (0.0);
-        else
-            seek (ls);
-    }
-    else
-    {
-        seek (0.0);
+        // The play button knows the message for a missing device.
+        playButtonClicked();
+        return;
     }
 
-    waveform.updatePlayhead();
+    returnToStart();
+    transport.start();
+}
+
+bool TrackDeck::skipOrJump (MarkerModel::Move move, double nudge)
+{
+    if (transport.getSampleRate() <= 0.0)
+        return false;
+
+    const bool playing = transport.isPlaying();
+    const bool skip = move == MarkerModel::Move::skipForward || move == MarkerModel::Move::skipBack;
+    const auto step = skip ? (playing ? 1.0 : nudge) : (playing ? 15.0 : 25.0 * nudge);
+    const auto target = engine.markers.moveTarget (move, engine.getPosition(), step, playing);
+
+    if (! target.has_value())
+        return false;
+
+    seek (*target);
+    return true;
 }
 
 void TrackDeck::previousTrack()
 {
-    if (transportPosition() > 2.0)
+    if (engine.getPosition() > 2.0)
     {
         seek (0.0);
         return;
     }
 
-    const auto row = playlist.getCurrentRow();
+    const auto path = playlist.step (-1);
 
-    if (playlist.getNumRows() >= 2 && row > 0 && playlist.isRowPlayable (row - 1))
-    {
-        const auto path = playlist.moveCurrentRow (-1);
-
-        if (path.isNotEmpty())
-            loadTrack (juce::File (path));
-        return;
-    }
-
-    seek (0.0);
+    if (path.isNotEmpty())
+        loadTrack (juce::File (path));
+    else
+        seek (0.0);
 }
 
 void TrackDeck::nextTrack()
 {
-    const auto row = playlist.getCurrentRow();
+    const auto path = playlist.step (1);
 
-    if (playlist.getNumRows() >= 2 && row < playlist.getNumRows() - 1 && playlist.isRowPlayable (row + 1))
-    {
-        const auto path = playlist.moveCurrentRow (1);
-
-        if (path.isNotEmpty())
-            loadTrack (juce::File (path));
-    }
-}
-
-void TrackDeck::actionListenerCallback (const juce::String& message)
-{
-    if (message == "New Track Selected")
-    {
-        const auto path = playlist.getCurrentRowPath();
-
-        if (juce::File::isAbsolutePath (path))
-            loadTrack (juce::File (path));
-    }
-    else if (message == "Current Track Deleted")
-    {
-        unloadTrack();
-    }
+    if (path.isNotEmpty())
+        loadTrack (juce::File (path));
 }
 
 } // namespace Marlode

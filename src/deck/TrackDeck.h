@@ -1,40 +1,46 @@
 #pragma once
 
-#include "deck/TrackTransport.h"
-#include "deck/TransportState.h"
+#include "engine/DeckEngine.h"
+#include "engine/TransportState.h"
+#include "playlist/PlaylistCursor.h"
 
 #include <juce_audio_formats/juce_audio_formats.h>
+#include <juce_data_structures/juce_data_structures.h>
 #include <juce_events/juce_events.h>
 
-#include <atomic>
+#include <functional>
 #include <memory>
 
 namespace Marlode
 {
 
-class PlaylistComponent;
-class TransportComponent;
-class WaveformComponent;
-
 //==============================================================================
 /**
-    The player of one deck: the loaded file's source, the read-ahead thread, the transport and
-    its six-state machine, and what happens when a track ends.
+    The player of one deck: the loaded file's source, the read-ahead thread, the six-state
+    play machine (the one owner of the deck's play state; the engine carries it to the audio
+    thread) and what happens when a track ends. It knows the deck's engine and its playlist as
+    a cursor, never a view; views hear about it through Listener.
 
-    Message thread throughout; the audio thread only reads `state` (through getState) and uses
-    `transportSource` from the deck's block path.
+    Message thread.
 */
-class TrackDeck : public juce::ActionBroadcaster,
-                  public juce::ActionListener,
-                  public juce::ChangeListener,
-                  public juce::ChangeBroadcaster
+class TrackDeck : private juce::ChangeListener
 {
 public:
-    TrackDeck (juce::AudioFormatManager&, PlaylistComponent&, TransportComponent&, WaveformComponent&);
+    struct Listener
+    {
+        virtual ~Listener() = default;
+        /** The transport plays from `file` now; the markers are reset for it. */
+        virtual void trackLoaded (const juce::File& file) { juce::ignoreUnused (file); }
+        /** The deck has no track any more. */
+        virtual void trackUnloaded() {}
+        virtual void playStateChanged (TransportState) {}
+    };
+
+    TrackDeck (juce::AudioFormatManager&, DeckEngine&, PlaylistCursor&);
     ~TrackDeck() override;
 
-    void changeListenerCallback (juce::ChangeBroadcaster*) override;
-    void actionListenerCallback (const juce::String& message) override;
+    void addListener (Listener* l) { listeners.add (l); }
+    void removeListener (Listener* l) { listeners.remove (l); }
 
     void loadTrack (const juce::File&);
     void changeState (TransportState newState);
@@ -47,17 +53,27 @@ public:
     /** Drops the loaded track: the deck goes back to having none. */
     void unloadTrack();
 
-    [[nodiscard]] TransportState getState() const noexcept { return state.load (std::memory_order_relaxed); }
-    /** Any thread: a track is loaded. */
-    [[nodiscard]] bool hasTrack() const noexcept { return trackPresent.load (std::memory_order_acquire); }
-    [[nodiscard]] juce::String getCurrentTrackPath() const;
+    /** Moves the transport to `seconds` on the file's time line, once its rate is known; the
+        next block the device asks for starts there. */
+    void seek (double seconds);
 
-    /** The transport's position in seconds, 0 while its rate is unknown. */
-    [[nodiscard]] double transportPosition() const noexcept;
+    /** Plays from the start as return-to-start places it (after the no-device warning). */
+    void playFromStart();
 
-    TrackTransport transportSource;
+    /** A skip or jump from the play position. Playing, the step is 1 s (skip) or 15 s (jump);
+        stopped, `nudge` seconds or 25 nudges. False when the markers' rules refuse it. */
+    bool skipOrJump (MarkerModel::Move, double nudge);
 
-    // Written by the master engine on the message thread when the device comes or goes.
+    [[nodiscard]] TransportState getState() const noexcept { return engine.getPlayState(); }
+    [[nodiscard]] bool hasTrack() const noexcept { return engine.hasTrack(); }
+    [[nodiscard]] juce::String getCurrentTrackPath() const { return currentTrackPath; }
+
+    DeckEngine& engine;
+
+    // The Auto-Play and Play-Next switches, shared with whatever shows them. Message thread.
+    juce::Value autoPlay { true }, playNext { true };
+
+    // Written by the master on the message thread when the device comes or goes.
     bool audioDeviceAvailable = false;
 
     // When the deck reaches Stopped with this set, the message loop ends (a quit while playing).
@@ -66,27 +82,19 @@ public:
     /** Called on reaching Stopped with quitWhenStopped set; by default it ends the message loop. */
     std::function<void()> onQuitWhenStopped;
 
-    /** Message thread: moves the transport to `seconds` on the file's time line, once its rate is
-        known; the next block the device asks for starts there. */
-    void seek (double seconds);
-
 private:
+    void changeListenerCallback (juce::ChangeBroadcaster*) override;
+    void enter (TransportState);
     void enterStoppedAfterStop();
-    void setPlayIndicators (bool isPlaying);
 
     juce::AudioFormatManager& formatManager;
-    PlaylistComponent& playlist;
-    TransportComponent& transportComponent;
-    WaveformComponent& waveform;
-
-    // The message thread writes it; the audio thread reads it to gate the equaliser and effects.
-    std::atomic<TransportState> state { TransportState::Stopped };
+    PlaylistCursor& playlist;
+    TrackTransport& transport;
+    juce::ListenerList<Listener> listeners;
 
     std::unique_ptr<juce::AudioFormatReaderSource> readerSource;
     juce::AudioFormatReader* reader = nullptr; // owned by readerSource
     juce::String currentTrackPath;
-    // The message thread writes it around loads; the audio thread reads it each block.
-    std::atomic<bool> trackPresent { false };
 
     juce::TimeSliceThread readAheadThread { "Read Ahead Buffer Thread" };
 

@@ -205,7 +205,8 @@ void PlaylistComponent::selectRow (int row)
         return;
 
     markLoaded (row);
-    sendActionMessage ("New Track Selected");
+    const auto path = rows[(size_t) row].path;
+    listeners.call ([&path] (Listener& l) { l.newTrackSelected (path); });
 }
 
 void PlaylistComponent::deleteSelectedRows()
@@ -223,7 +224,7 @@ void PlaylistComponent::deleteSelectedRows()
         if (index == loadedRow)
         {
             loadedRow = -1;
-            sendActionMessage ("Current Track Deleted");
+            listeners.call ([] (Listener& l) { l.currentTrackDeleted(); });
         }
         else if (index < loadedRow)
         {
@@ -246,7 +247,7 @@ void PlaylistComponent::clear()
     playingIndicator = false;
 
     if (hadLoaded)
-        sendActionMessage ("Current Track Deleted");
+        listeners.call ([] (Listener& l) { l.currentTrackDeleted(); });
 
     table.deselectAllRows();
     rowsChanged();
@@ -290,11 +291,11 @@ bool PlaylistComponent::isRowPlayable (int row) const
     return r != nullptr && r->file.existsAsFile();
 }
 
-juce::String PlaylistComponent::moveCurrentRow (int delta)
+juce::String PlaylistComponent::step (int delta)
 {
     const auto target = loadedRow + delta;
 
-    if (! isRowPlayable (target))
+    if (rows.size() < 2 || ! isRowPlayable (target))
         return {};
 
     markLoaded (target);
@@ -600,10 +601,10 @@ void PlaylistComponent::menuItemChosen (int result)
 {
     if (result == 1)
         deleteSelectedRows();
-    else if (result >= 2 && result <= 6 && listener != nullptr)
-        listener->sendTracksToDeck (result - 2, true);
-    else if (result >= 7 && result <= 11 && listener != nullptr)
-        listener->sendTracksToDeck (result - 7, false);
+    else if (result >= 2 && result <= 6)
+        listeners.call ([result] (Listener& l) { l.sendTracksToDeck (result - 2, true); });
+    else if (result >= 7 && result <= 11)
+        listeners.call ([result] (Listener& l) { l.sendTracksToDeck (result - 7, false); });
     else if (result == 12)
     {
         if (auto* r = getRow (table.getSelectedRow()))
@@ -746,6 +747,9 @@ void PlaylistComponent::paint (juce::Graphics& g)
     g.fillAll (sliderBackColour);
 }
 
-void PlaylistComponent::focusOfChildComponentChanged (FocusChangeType) { sendActionMessage ("Focus Changed"); }
+void PlaylistComponent::focusOfChildComponentChanged (FocusChangeType)
+{
+    listeners.call ([] (Listener& l) { l.playlistFocusChanged(); });
+}
 
 } // namespace Marlode

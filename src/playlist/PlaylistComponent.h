@@ -1,5 +1,6 @@
 #pragma once
 
+#include "playlist/PlaylistCursor.h"
 #include "playlist/PlaylistRow.h"
 
 #include <juce_audio_formats/juce_audio_formats.h>
@@ -14,23 +15,32 @@ namespace Marlode
 //==============================================================================
 /**
     The deck's list of tracks: a table with one row per file and its facts, reordering by drag,
-    file drops at a place, a row menu, and the marks of the loaded and playing row. It tells the
-    deck by action messages ("New Track Selected", "Current Track Deleted") and the deck bank
-    through its Listener. Message thread.
+    file drops at a place, a row menu, and the marks of the loaded and playing row. The deck and
+    the deck bank hear about it through Listener; the deck's player moves through it as a
+    PlaylistCursor. Message thread.
 */
 class PlaylistComponent : public juce::Component,
                           public juce::TableListBoxModel,
-                          public juce::ActionBroadcaster,
+                          public PlaylistCursor,
                           public juce::DragAndDropTarget,
                           public juce::FileDragAndDropTarget
 {
 public:
-    /** Where the row menu sends tracks: 0 a new deck, 1 to 4 that deck. */
     struct Listener
     {
         virtual ~Listener() = default;
-        virtual void sendTracksToDeck (int deckNumber, bool removeFromSource) = 0;
+        /** A row was chosen to play: `path` is its file. */
+        virtual void newTrackSelected (const juce::String& path) { juce::ignoreUnused (path); }
+        /** The loaded row went from the list. */
+        virtual void currentTrackDeleted() {}
+        /** Keyboard focus came into or left the table. */
+        virtual void playlistFocusChanged() {}
+        /** Where the row menu sends tracks: 0 a new deck, 1 to 4 that deck. */
+        virtual void sendTracksToDeck (int deckNumber, bool removeFromSource) { juce::ignoreUnused (deckNumber, removeFromSource); }
     };
+
+    void addListener (Listener* l) { listeners.add (l); }
+    void removeListener (Listener* l) { listeners.remove (l); }
 
     explicit PlaylistComponent (juce::AudioFormatManager&);
     ~PlaylistComponent() override;
@@ -57,8 +67,8 @@ public:
     [[nodiscard]] const PlaylistRow* getRow (int row) const noexcept;
     [[nodiscard]] juce::String getCurrentRowPath() const;
     [[nodiscard]] bool isRowPlayable (int row) const;
-    juce::String moveCurrentRow (int delta);
-    juce::String nextPlayableFile();
+    juce::String step (int delta) override;
+    juce::String nextPlayableFile() override;
 
     void setPlayingIndicator (bool isPlaying);
     [[nodiscard]] bool getPlayingIndicator() const noexcept { return playingIndicator; }
@@ -133,7 +143,6 @@ public:
 
     //==============================================================================
     juce::TableListBox table { "Playlist", this };
-    Listener* listener = nullptr;
 
     /** The numbers of the other decks, for the menu's "Move to" and "Copy to". */
     std::function<juce::Array<int>()> getOtherDeckNumbers;
@@ -151,6 +160,7 @@ private:
     void clearDrag();
 
     juce::AudioFormatManager& formatManager;
+    juce::ListenerList<Listener> listeners;
     std::vector<PlaylistRow> rows;
     std::unique_ptr<juce::XmlElement> playlistXml;
     int loadedRow = -1;

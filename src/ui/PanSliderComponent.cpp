@@ -1,5 +1,5 @@
 #include "ui/PanSliderComponent.h"
-#include "engine/MasterGainStage.h"
+#include "dsp/MasterGainStage.h"
 
 #include <cmath>
 

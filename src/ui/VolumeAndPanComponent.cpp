@@ -4,7 +4,8 @@
 namespace Marlode
 {
 
-VolumeAndPanComponent::VolumeAndPanComponent()
+VolumeAndPanComponent::VolumeAndPanComponent (MasterGainStage& stage)
+    : gainStage (stage)
 {
     muteButton.setClickingTogglesState (true);
     muteButton.setWantsKeyboardFocus (false);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/MasterGainStage.h"
+#include "dsp/MasterGainStage.h"
 #include "ui/HorizontalSlider.h"
 #include "ui/PanSliderComponent.h"
 
@@ -14,7 +14,7 @@ namespace Marlode
 class VolumeAndPanComponent : public juce::Component
 {
 public:
-    VolumeAndPanComponent();
+    explicit VolumeAndPanComponent (MasterGainStage&);
 
     void resized() override;
 
@@ -25,7 +25,8 @@ public:
     Slider::HorizontalSlider volumeSlider;
     Slider::PanSliderComponent panSlider;
 
-    MasterGainStage gainStage;
+    // The master engine owns it and applies it on the audio thread.
+    MasterGainStage& gainStage;
 
 private:
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (VolumeAndPanComponent)

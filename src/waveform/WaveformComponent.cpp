@@ -23,10 +23,11 @@ namespace
     int modifierCode (const juce::ModifierKeys& m) { return m.withoutMouseButtons().getRawFlags(); }
 }
 
-WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, TrackTransport& transportToUse,
+WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, DeckEngine& engineToUse,
                                       WaveformBackground& backgroundToUse)
-    : formatManager (formats), transport (transportToUse), background (backgroundToUse)
+    : formatManager (formats), engine (engineToUse), markers (engineToUse.markers), background (backgroundToUse)
 {
+    markers.addListener (this);
     setWantsKeyboardFocus (true);
     thumbnail.addChangeListener (this);
 
@@ -53,10 +54,10 @@ WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, TrackTr
     autoPlayButton.setToggleState (true, juce::dontSendNotification);
     playNextButton.setToggleState (true, juce::dontSendNotification);
 
-    ejectButton.onClick = [this] { sendActionMessage ("Current Track Deleted"); };
+    ejectButton.onClick = [this] { listeners.call ([] (Listener& l) { l.ejectRequested(); }); };
     followButton.onClick = [this] { followButtonClicked(); };
-    loopButton.onClick = [this] { loopButtonClicked(); };
-    replayButton.onClick = [this] { replayButtonClicked(); };
+    loopButton.onClick = [this] { markers.setLoopOn (loopButton.getToggleState()); };
+    replayButton.onClick = [this] { markers.setReplayOn (replayButton.getToggleState()); };
     zoomInButton.onClick = [this] { zoomIn (anchorPosition, 0.0); };
     zoomOutButton.onClick = [this] { zoomOut (anchorPosition, 0.0); };
 
@@ -93,6 +94,7 @@ WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, TrackTr
 
 WaveformComponent::~WaveformComponent()
 {
+    markers.removeListener (this);
     thumbnail.removeChangeListener (this);
 }
 
@@ -102,9 +104,6 @@ void WaveformComponent::clearTrack()
     fileNameLabel.setText ({}, juce::dontSendNotification);
     thumbnailLoader.clear();
     trackLength = viewStart = viewEnd = viewSpan = lastPosition = 0.0;
-    replayTime = 0.0;
-    loopStart = 0.0;
-    loopEnd = 0.0;
     overview.setImage ({});
     scrollBar.setRangeLimits (0.0, 1.0, juce::dontSendNotification);
     scrollBar.setCurrentRange (0.0, 1.0, juce::dontSendNotification);
@@ -113,9 +112,7 @@ void WaveformComponent::clearTrack()
     trackLoaded = false;
     needsFullRedraw = true;
 
-    for (auto* b : { &followButton, &replayButton, &loopButton })
-        b->setToggleState (false, juce::dontSendNotification);
-    loopEnabled = false;
+    followButton.setToggleState (false, juce::dontSendNotification);
 
     for (juce::Component* c : { static_cast<juce::Component*> (&playHead), static_cast<juce::Component*> (&centreHead),
                                 static_cast<juce::Component*> (&overviewHead), static_cast<juce::Component*> (&replayLine),
@@ -136,9 +133,7 @@ bool WaveformComponent::loadTrack (const juce::File& file)
     fileNameLabel.setText (file.getFileName(), juce::dontSendNotification);
     viewStart = 0.0;
 
-    const auto rate = transport.getSampleRate();
-    trackLength = rate > 0.0 ? (double) transport.getTotalLength() / rate : 0.0;
-    loopEnd = trackLength;
+    trackLength = markers.getTrackLength();
     viewEnd = viewSpan = trackLength;
 
     playHead.setVisible (true);
@@ -148,7 +143,7 @@ bool WaveformComponent::loadTrack (const juce::File& file)
     loopEndLine.setVisible (true);
     loopStartTab.setVisible (true);
     loopEndTab.setVisible (true);
-    loopButtonClicked();
+    showMarkerSwitches();
     updateLoopMarkers();
 
     scrollBar.setRangeLimits (0.0, juce::jmax (trackLength, 1.0e-9), juce::dontSendNotification);
@@ -280,7 +275,7 @@ void WaveformComponent::renderSlot (TrackedImageSlot& slot, bool drawInto)
 
 void WaveformComponent::redrawWaveformImages()
 {
-    const auto now = position.load();
+    const auto now = engine.getPosition();
 
     if (followButton.getToggleState())
     {
@@ -434,7 +429,7 @@ void WaveformComponent::paint (juce::Graphics& g)
 //==============================================================================
 void WaveformComponent::timerRelayCallback()
 {
-    const auto now = position.load();
+    const auto now = engine.getPosition();
 
     if (juce::approximatelyEqual (now, lastPosition))
         return;
@@ -452,7 +447,7 @@ void WaveformComponent::updatePlayhead()
     if (! trackLoaded || viewSpan <= 0.0)
         return;
 
-    const auto now = position.load();
+    const auto now = engine.getPosition();
     const auto x = (now - viewStart) * imageWidth / viewSpan;
     place (playHead, { (float) x, headTop, headWidth, headHeight });
 
@@ -466,8 +461,7 @@ void WaveformComponent::updateReplayMarker()
     if (viewSpan <= 0.0)
         return;
 
-    replayTime = juce::jlimit (0.0, trackLength, replayTime.load());
-    const auto x = (replayTime.load() - viewStart) * imageWidth / viewSpan;
+    const auto x = (markers.getReplay() - viewStart) * imageWidth / viewSpan;
     place (replayLine, { (float) x, headTop, headWidth, headHeight });
 
     const auto v = x - replayTab.getWidth() / 2 + 1.0;
@@ -481,20 +475,10 @@ void WaveformComponent::updateLoopMarkers()
         return;
 
     const auto scale = imageWidth / viewSpan;
-
-    if (loopStart.load() < 0.0)
-        loopStart = 0.0;
-
-    const auto startX = (loopStart.load() - viewStart) * scale;
+    const auto startX = (markers.getLoopStart() - viewStart) * scale;
     place (loopStartLine, { (float) startX, headTop, headWidth, headHeight });
 
-    // A start set past the end carries the whole loop with it.
-    if (loopStart.load() > loopEnd.load())
-        loopEnd = loopStart.load() + loopLength;
-    if (loopEnd.load() > trackLength)
-        loopEnd = trackLength;
-
-    const auto endX = (loopEnd.load() - viewStart) * scale;
+    const auto endX = (markers.getLoopEnd() - viewStart) * scale;
     place (loopEndLine, { (float) endX, headTop, headWidth, headHeight });
 
     loopStartTab.setTopLeftPosition ((int) startX, loopStartTab.getY());
@@ -504,7 +488,6 @@ void WaveformComponent::updateLoopMarkers()
     loopEndTab.setPathOffset ((float) std::abs (e - (int) e));
     loopEndTab.setTopLeftPosition ((int) ((double) (int) e + 1.0) - loopEndTab.getWidth(), loopEndTab.getY());
 
-    loopLength = loopEnd.load() - loopStart.load();
     place (loopShade, { (float) startX, headTop, (float) (endX - startX), headHeight });
 }
 
@@ -536,9 +519,9 @@ void WaveformComponent::zoomIn (int anchor, double mouseX, bool fromWheel)
     }
     else
     {
-        c = anchor == anchorReplay ? replayTime.load() : anchor == anchorLoopStart ? loopStart.load()
-            : anchor == anchorLoopEnd                  ? loopEnd.load()
-                                                       : position.load();
+        c = anchor == anchorReplay ? markers.getReplay() : anchor == anchorLoopStart ? markers.getLoopStart()
+            : anchor == anchorLoopEnd                  ? markers.getLoopEnd()
+                                                       : engine.getPosition();
 
         if (c < viewStart || c > viewEnd)
             c = (double) (imageWidth / 2) / imageWidth * viewSpan + viewStart;
@@ -561,9 +544,7 @@ void WaveformComponent::zoomOut (int anchor, double mouseX)
     if (! trackLoaded)
         return;
 
-    const auto rate = transport.getSampleRate();
-    if (rate > 0.0)
-        trackLength = (double) transport.getTotalLength() / rate;
+    trackLength = markers.getTrackLength();
 
     if (viewStart <= 0.0 && trackLength <= viewEnd)
         return;
@@ -576,8 +557,8 @@ void WaveformComponent::zoomOut (int anchor, double mouseX)
     }
     else
     {
-        const auto c = anchor == anchorReplay ? replayTime.load() : anchor == anchorLoopStart ? loopStart.load()
-                                                                                             : loopEnd.load();
+        const auto c = anchor == anchorReplay ? markers.getReplay() : anchor == anchorLoopStart ? markers.getLoopStart()
+                                                                                             : markers.getLoopEnd();
 
         if (anchor != anchorPosition && c >= viewStart && c <= viewEnd)
         {
@@ -672,17 +653,21 @@ void WaveformComponent::followButtonClicked()
     playHead.setVisible (trackLoaded);
 }
 
-void WaveformComponent::replayButtonClicked()
+void WaveformComponent::markersChanged()
 {
-    const auto on = replayButton.getToggleState();
-    replayLine.setVisible (on);
-    replayTab.setVisible (on);
+    replayButton.setToggleState (markers.isReplayOn(), juce::dontSendNotification);
+    loopButton.setToggleState (markers.isLoopOn(), juce::dontSendNotification);
+    showMarkerSwitches();
+    updateReplayMarker();
+    updateLoopMarkers();
 }
 
-void WaveformComponent::loopButtonClicked()
+void WaveformComponent::showMarkerSwitches()
 {
-    const auto on = loopButton.getToggleState();
-    loopEnabled = on;
+    replayLine.setVisible (markers.isReplayOn());
+    replayTab.setVisible (markers.isReplayOn());
+
+    const auto on = markers.isLoopOn();
     loopShade.setVisible (on && trackLoaded);
 
     // Both loop lines and tabs always show, dimmed while the loop is off.
@@ -703,8 +688,7 @@ void WaveformComponent::tabDragged (WaveformMarkerTab* tab, int x)
         auto p = x + w > right ? right - w : juce::jmax (x, left);
         if (p + w / 2 > loopEndTab.getX())
             p = loopEndTab.getX() - w / 2;
-        loopStart = timeAt (p);
-        updateLoopMarkers();
+        markers.setLoopStart (timeAt (p));
     }
     else if (tab == &loopEndTab)
     {
@@ -712,54 +696,27 @@ void WaveformComponent::tabDragged (WaveformMarkerTab* tab, int x)
         const auto half = tab->getWidth() / 2;
         if (p - half < loopStartTab.getRight())
             p = half + loopStartTab.getRight() - 3;
-        loopEnd = timeAt (p);
-        updateLoopMarkers();
+        markers.setLoopEnd (timeAt (p));
     }
     else if (tab == &replayTab)
     {
-        replayTime = timeAt (juce::jlimit (left, right, x));
-        updateReplayMarker();
+        markers.setReplay (timeAt (juce::jlimit (left, right, x)));
     }
-}
-
-void WaveformComponent::nudgeBeforeLoopEnd (std::atomic<double>& marker, bool right)
-{
-    // A right nudge stops short of the loop's end; a left one only at the track's start.
-    const auto n = viewSpan / markerNudgeDivisor;
-
-    if (! right)
-        marker = juce::jmax (0.0, marker.load() - n);
-    else if (const auto t = marker.load() + n; t < loopEnd.load())
-        marker = juce::jmin (t, viewEnd);
 }
 
 void WaveformComponent::nudgeReplay (bool right)
 {
-    nudgeBeforeLoopEnd (replayTime, right);
-    updateReplayMarker();
+    markers.nudgeReplay (right, viewSpan / markerNudgeDivisor, viewEnd);
 }
 
 void WaveformComponent::nudgeLoopStart (bool right)
 {
-    nudgeBeforeLoopEnd (loopStart, right);
-    updateLoopMarkers();
+    markers.nudgeLoopStart (right, viewSpan / markerNudgeDivisor, viewEnd);
 }
 
 void WaveformComponent::nudgeLoopEnd (bool right)
 {
-    const auto n = viewSpan / markerNudgeDivisor;
-
-    if (right)
-    {
-        loopEnd = loopEnd.load() + n;
-    }
-    else if (loopEnd.load() >= 0.0 && loopEnd.load() <= viewEnd)
-    {
-        if (const auto t = loopEnd.load() - n; t > loopStart.load())
-            loopEnd = t;
-    }
-
-    updateLoopMarkers();
+    markers.nudgeLoopEnd (right, viewSpan / markerNudgeDivisor, viewEnd);
 }
 
 void WaveformComponent::setReplayMarker()
@@ -767,48 +724,40 @@ void WaveformComponent::setReplayMarker()
     if (! trackLoaded)
         return;
 
-    replayTime = position.load();
-    replayButton.setToggleState (true, juce::dontSendNotification);
-    replayButtonClicked();
-    updateReplayMarker();
+    markers.setReplay (engine.getPosition());
+    markers.setReplayOn (true);
 }
 
 void WaveformComponent::setLoopStartMarker()
 {
-    if (! trackLoaded)
-        return;
-
-    loopStart = position.load();
-    updateLoopMarkers();
+    if (trackLoaded)
+        markers.setLoopStart (engine.getPosition());
 }
 
 void WaveformComponent::setLoopEndMarker()
 {
-    const auto now = position.load();
+    const auto now = engine.getPosition();
 
-    if (! trackLoaded || now <= loopStart.load())
+    if (! trackLoaded || now <= markers.getLoopStart())
         return;
 
-    loopEnd = now;
-    updateLoopMarkers();
+    markers.setLoopEnd (now);
 
     if (now > 0.0)
-        transport.setPosition (now);
+        listeners.call ([now] (Listener& l) { l.seekRequested (now); });
 
-    loopButton.setToggleState (true, juce::sendNotification);
+    markers.setLoopOn (true);
     loopEndLine.setVisible (true);
 }
 
 void WaveformComponent::setLoopToStartOfTrack()
 {
-    loopStart = 0.0;
-    updateLoopMarkers();
+    markers.setLoopStart (0.0);
 }
 
 void WaveformComponent::setLoopToEndOfTrack()
 {
-    loopEnd = trackLength;
-    updateLoopMarkers();
+    markers.setLoopEnd (trackLength);
 }
 
 //==============================================================================
@@ -867,27 +816,21 @@ void WaveformComponent::mouseDown (const juce::MouseEvent& e)
 
     if (code == loopStartModifiers && loopStartTab.isVisible())
     {
-        loopStart = t;
-        updateLoopMarkers();
+        markers.setLoopStart (t);
         return;
     }
 
     if (code == loopEndModifiers && loopEndTab.isVisible())
     {
-        if (t > loopStart.load())
-        {
-            loopEnd = t;
-            updateLoopMarkers();
-        }
+        if (t > markers.getLoopStart())
+            markers.setLoopEnd (t);
         return;
     }
 
     if (code == replayModifiers && replayTab.isVisible())
     {
-        replayTime = t;
-        replayButton.setToggleState (true, juce::dontSendNotification);
-        replayButtonClicked();
-        updateReplayMarker();
+        markers.setReplay (t);
+        markers.setReplayOn (true);
         return;
     }
 
@@ -899,11 +842,10 @@ void WaveformComponent::mouseDown (const juce::MouseEvent& e)
         return;
 
     // A seek past the end of a running loop leaves the loop.
-    if (seek > loopEnd.load() && loopEnabled.load())
-        loopButton.setToggleState (false, juce::sendNotification);
+    if (seek > markers.getLoopEnd() && markers.isLoopOn())
+        markers.setLoopOn (false);
 
-    position = seek;
-    transport.setPosition (seek);
+    listeners.call ([seek] (Listener& l) { l.seekRequested (seek); });
 
     updatePlayhead();
 }
@@ -936,7 +878,7 @@ void WaveformComponent::mouseWheelMove (const juce::MouseEvent& e, const juce::M
     }
 }
 
-void WaveformComponent::focusGained (FocusChangeType) { sendActionMessage ("Focus Changed"); }
-void WaveformComponent::focusLost (FocusChangeType) { sendActionMessage ("Focus Changed"); }
+void WaveformComponent::focusGained (FocusChangeType) { listeners.call ([] (Listener& l) { l.focusChanged(); }); }
+void WaveformComponent::focusLost (FocusChangeType) { listeners.call ([] (Listener& l) { l.focusChanged(); }); }
 
 } // namespace Marlode

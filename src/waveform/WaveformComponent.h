@@ -1,6 +1,6 @@
 #pragma once
 
-#include "deck/TrackTransport.h"
+#include "engine/DeckEngine.h"
 #include "engine/TimerRelayListener.h"
 #include "waveform/ThumbnailLoader.h"
 #include "waveform/TimelineHeader.h"
@@ -29,8 +29,8 @@ namespace Marlode
     Message thread, except the atomics marked below, which the audio thread reads.
 */
 class WaveformComponent : public juce::Component,
-                          public juce::ActionBroadcaster,
                           public juce::ChangeListener,
+                          private MarkerModel::Listener,
                           public TimerRelayListener,
                           public juce::ScrollBar::Listener,
                           public WaveformTabDraggerListener
@@ -44,8 +44,21 @@ public:
         anchorLoopEnd = 3
     };
 
-    WaveformComponent (juce::AudioFormatManager&, TrackTransport&, WaveformBackground&);
+    /** What the view asks of its deck. Message thread. */
+    struct Listener
+    {
+        virtual ~Listener() = default;
+        virtual void seekRequested (double seconds) = 0;
+        virtual void ejectRequested() = 0;
+        virtual void focusChanged() = 0;
+    };
+
+    /** Draws the deck's markers and play position; changes the markers through the model. */
+    WaveformComponent (juce::AudioFormatManager&, DeckEngine&, WaveformBackground&);
     ~WaveformComponent() override;
+
+    void addListener (Listener* l) { listeners.add (l); }
+    void removeListener (Listener* l) { listeners.remove (l); }
 
     //==============================================================================
     /** Takes a newly loaded file (the transport already plays it); false if it can't be read. */
@@ -99,14 +112,7 @@ public:
     /** Renders the waveform area as paint would, through the images or straight from the thumbnail. */
     juce::Image renderWaveformArea (bool direct);
 
-    // Seconds on the file's time line. `position` is written by the deck's block (audio
-    // thread); the loop values are read there too. The rest is message-thread state.
-    std::atomic<double> position { 0.0 };
-    std::atomic<bool> loopEnabled { false };
-    std::atomic<double> replayTime { 0.0 };
-    std::atomic<double> loopStart { 0.0 };
-    std::atomic<double> loopEnd { 0.0 };
-    double loopLength = 0.0;
+    // A marker nudge is this fraction of the view's span.
     const double markerNudgeDivisor = 300.0;
 
     double viewStart = 0.0, viewEnd = 0.0, viewSpan = 0.0;
@@ -133,17 +139,18 @@ private:
     void drawWaveform (juce::Graphics&, juce::Rectangle<int> area, bool direct);
     void afterViewChange();
     void followButtonClicked();
-    void loopButtonClicked();
-    void replayButtonClicked();
+    void markersChanged() override;
+    void showMarkerSwitches();
     void switchFollowOffLater();
-    void nudgeBeforeLoopEnd (std::atomic<double>& marker, bool right);
     static void place (juce::DrawableRectangle&, juce::Rectangle<float>);
     juce::MouseCursor::StandardCursorType cursorForModifiers (const juce::ModifierKeys&) const;
     double timeAt (double pixel) const noexcept { return pixel / imageWidth * viewSpan + viewStart; }
 
     juce::AudioFormatManager& formatManager;
-    TrackTransport& transport;
+    DeckEngine& engine;
+    MarkerModel& markers;
     WaveformBackground& background;
+    juce::ListenerList<Listener> listeners;
 
     juce::AudioThumbnailCache thumbnailCache { 20 };
     juce::AudioThumbnail thumbnail { 128, formatManager, thumbnailCache };

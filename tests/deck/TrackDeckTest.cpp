@@ -19,17 +19,17 @@ namespace
             return writeWav (temp.file ("long.wav"), 44100.0, 1, 44100 * 60, [] (int, int i) { return 0.1f * (float) std::sin (i * 0.05); }, 16);
         }
 
-        void setPosition (double seconds) { h.player().transportSource.setPosition (seconds); }
-        double position() { return h.player().transportPosition(); }
+        void setPosition (double seconds) { h.deck.engine.transport.setPosition (seconds); }
+        double position() { return h.deck.engine.getPosition(); }
 
         void setMarkers (bool replay, double replayTime, bool loop, double loopStart, double loopEnd)
         {
-            auto& w = h.deck.waveform;
-            w.replayButton.setToggleState (replay, juce::dontSendNotification);
-            w.replayTime = replayTime;
-            w.loopButton.setToggleState (loop, juce::sendNotificationSync);
-            w.loopStart = loopStart;
-            w.loopEnd = loopEnd;
+            auto& m = h.deck.engine.markers;
+            m.setReplayOn (replay);
+            m.setReplay (replayTime);
+            m.setLoopOn (loop);
+            m.setLoopEnd (loopEnd);
+            m.setLoopStart (loopStart);
         }
     };
 }
@@ -37,7 +37,7 @@ namespace
 TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
 {
     ASSERT_TRUE (h.load (writeWav (temp.file ("a.wav"), 44100.0, 2, 44100 * 5, [] (int, int) { return 0.25f; })));
-    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
     auto& deck = h.player();
 
     EXPECT_EQ (deck.getState(), TransportState::Stopped);
@@ -46,7 +46,7 @@ TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
     deck.playButtonClicked();
     EXPECT_EQ (deck.getState(), TransportState::Starting);
     ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Playing; }, 1000));
-    EXPECT_TRUE (h.deck.isPlaying.load());
+    EXPECT_TRUE (h.deck.engine.isPlaying());
     EXPECT_TRUE (h.deck.transport.playButton.getToggleState());
     EXPECT_TRUE (h.deck.playlist.getPlayingIndicator());
 
@@ -58,7 +58,7 @@ TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
     deck.playButtonClicked();
     EXPECT_EQ (deck.getState(), TransportState::Pausing);
     ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Paused; }, 1000));
-    EXPECT_FALSE (h.deck.isPlaying.load());
+    EXPECT_FALSE (h.deck.engine.isPlaying());
     EXPECT_FALSE (h.deck.playlist.getPlayingIndicator());
     const auto pausedAt = position();
     pumpMessages (100);
@@ -111,7 +111,7 @@ TEST_F (TrackDeckTest, ReturnToStartCascade)
     deck.returnToStart();
     EXPECT_NEAR (position(), 40.0, 1e-3);
     EXPECT_FALSE (h.deck.waveform.loopButton.getToggleState()) << "landing past the loop's end switches the loop off";
-    EXPECT_FALSE (h.deck.waveform.loopEnabled.load());
+    EXPECT_FALSE (h.deck.engine.markers.isLoopOn());
 
     // Neither marker: always the top.
     setMarkers (false, 0.0, false, 0.0, 0.0);
@@ -125,10 +125,10 @@ TEST_F (TrackDeckTest, LoopWrapsAtTheNextBlockAndPreviousGoesToTheTop)
     ASSERT_TRUE (h.load (longTrack()));
     setMarkers (false, 0.0, true, 20.0, 30.0);
     setPosition (31.0);
-    h.player().transportSource.start();
+    h.deck.engine.transport.start();
 
     juce::AudioBuffer<float> buffer (2, 512);
-    h.deck.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
+    h.deck.engine.process (juce::AudioSourceChannelInfo (&buffer, 0, 512));
     EXPECT_NEAR (position(), 20.0, 1e-3) << "a position past the loop's end wraps before any audio is pulled";
 
     setPosition (2.5);
@@ -142,7 +142,7 @@ TEST_F (TrackDeckTest, EndOfTrackStopsOrMovesToTheNextRow)
     const auto b = writeWav (temp.file ("b.wav"), 44100.0, 2, 44100 * 3, [] (int, int) { return 0.3f; });
     h.deck.openFiles ({ a, b });
     ASSERT_TRUE (pumpUntil ([&] { return h.player().getCurrentTrackPath() == a.getFullPathName(); }, 2000));
-    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
 
     // Play-Next is on by default: the end of a gives b, playing.
     h.player().playButtonClicked();
@@ -167,7 +167,7 @@ TEST_F (TrackDeckTest, LoadingWhilePlayingStartsTheNewTrackEvenWithoutAutoPlay)
     const auto a = writeWav (temp.file ("a.wav"), 44100.0, 2, 44100 * 5, [] (int, int) { return 0.2f; });
     const auto b = writeWav (temp.file ("b.wav"), 44100.0, 2, 44100 * 5, [] (int, int) { return 0.4f; });
     ASSERT_TRUE (h.load (a));
-    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
 
     h.player().playButtonClicked();
     ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
@@ -190,9 +190,9 @@ TEST_F (TrackDeckTest, EjectUnloadsAndABlockWithoutATrackIsSilentAtZero)
     juce::AudioBuffer<float> buffer (2, 512);
     for (int c = 0; c < 2; ++c)
         juce::FloatVectorOperations::fill (buffer.getWritePointer (c), 0.7f, 512);
-    h.deck.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
+    h.deck.engine.process (juce::AudioSourceChannelInfo (&buffer, 0, 512));
     EXPECT_EQ (buffer.getMagnitude (0, 512), 0.0f);
-    EXPECT_EQ (h.deck.positionSeconds.load(), 0.0);
+    EXPECT_EQ (h.deck.engine.getPosition(), 0.0);
 }
 
 TEST_F (TrackDeckTest, BadFilesAreReportedAndLeaveTheDeckUsable)
@@ -259,7 +259,7 @@ TEST_F (TrackDeckTest, HostileFilesLeaveTheLoadedTrackAsItWasWithTheUnreadableMe
 {
     const auto good = writeWav (temp.file ("good.wav"), 44100.0, 2, 44100, [] (int, int) { return 0.1f; }, 16);
     ASSERT_TRUE (h.load (good));
-    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
 
     for (const auto& hostile : writeHostileAudio (temp.folder))
     {

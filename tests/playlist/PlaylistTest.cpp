@@ -1,5 +1,5 @@
 #include "engine/AudioFileGuard.h"
-#include "engine/MainAudioAppComponent.h"
+#include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
 #include "support/HostileFiles.h"
 
@@ -18,18 +18,19 @@ namespace
         PlaylistComponent playlist { formats };
         juce::StringArray messages;
 
-        struct Recorder : juce::ActionListener
+        struct Recorder : PlaylistComponent::Listener
         {
             juce::StringArray& into;
             explicit Recorder (juce::StringArray& s) : into (s) {}
-            void actionListenerCallback (const juce::String& m) override { into.add (m); }
+            void newTrackSelected (const juce::String& path) override { into.add ("selected " + path); }
+            void currentTrackDeleted() override { into.add ("Current Track Deleted"); }
         } recorder { messages };
 
         void SetUp() override
         {
             formats.registerBasicFormats();
             playlist.setSize (800, 400);
-            playlist.addActionListener (&recorder);
+            playlist.addListener (&recorder);
         }
 
         juce::StringArray files (std::initializer_list<const char*> names)

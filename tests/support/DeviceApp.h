@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/MainAudioAppComponent.h"
+#include "app/MainAudioAppComponent.h"
 
 #include <atomic>
 

@@ -51,7 +51,8 @@ TEST_F (WithLook, PanTextFollowsTheUnroundedSign)
 
 TEST_F (WithLook, VolumeIsAPlainFactorWithAQuarterAtTheMiddle)
 {
-    VolumeAndPanComponent v;
+    MasterGainStage stage;
+    VolumeAndPanComponent v { stage };
     v.setSize (300, 50);
     EXPECT_EQ (v.volumeSlider.getValue(), 1.0);
     EXPECT_NEAR (v.volumeSlider.proportionOfLengthToValue (0.5), 0.25, 1e-9);

@@ -35,6 +35,10 @@ namespace
         AlertRecorder alerts;
         DeckHarness h;
         WaveformComponent& w = h.deck.waveform;
+        MarkerModel& m = h.deck.engine.markers;
+
+        void at (double seconds) { h.deck.engine.transport.setPosition (seconds); }
+        double position() const { return h.deck.engine.getPosition(); }
 
         void SetUp() override
         {
@@ -51,12 +55,12 @@ namespace
 TEST_F (WaveformTest, ZoomScrollAndFollowKeepTheViewSane)
 {
     EXPECT_DOUBLE_EQ (w.viewSpan, 20.0);
-    EXPECT_DOUBLE_EQ (w.loopEnd.load(), 20.0);
+    EXPECT_DOUBLE_EQ (m.getLoopEnd(), 20.0);
 
     // Zoom out at full view does nothing; zoom in halves about the play head.
     w.zoomOut (WaveformComponent::anchorPosition, 0.0);
     EXPECT_DOUBLE_EQ (w.viewSpan, 20.0);
-    w.position = 4.0;
+    at (4.0);
     w.zoomIn (WaveformComponent::anchorPosition, 0.0);
     EXPECT_DOUBLE_EQ (w.viewStart, 2.0);
     EXPECT_DOUBLE_EQ (w.viewEnd, 12.0);
@@ -79,7 +83,7 @@ TEST_F (WaveformTest, ZoomScrollAndFollowKeepTheViewSane)
     w.zoomOut (WaveformComponent::anchorPosition, 0.0);
     w.zoomOut (WaveformComponent::anchorPosition, 0.0);
     const auto followSpan = w.viewSpan;
-    w.position = 0.0;
+    at (0.0);
     w.followButton.setToggleState (true, juce::sendNotificationSync);
     EXPECT_LT (w.viewStart, 0.0);
     w.followButton.setToggleState (false, juce::sendNotificationSync);
@@ -90,33 +94,33 @@ TEST_F (WaveformTest, ZoomScrollAndFollowKeepTheViewSane)
 TEST_F (WaveformTest, MarkersDragNudgeAndMoveTheLoopWhole)
 {
     // A start set past the end carries the loop's length with it, limited by the track.
-    w.loopStart = 2.0;
-    w.loopEnd = 5.0;
+    m.setLoopStart (2.0);
+    m.setLoopEnd (5.0);
     w.updateLoopMarkers();
-    w.loopStart = 10.0;
+    m.setLoopStart (10.0);
     w.updateLoopMarkers();
-    EXPECT_DOUBLE_EQ (w.loopEnd.load(), 13.0);
+    EXPECT_DOUBLE_EQ (m.getLoopEnd(), 13.0);
 
     // Dragging the start tab into the end tab stops short of it.
     w.tabDragged (&w.loopStartTab, w.loopEndTab.getX() + 100);
-    EXPECT_LT (w.loopStart.load(), w.loopEnd.load());
+    EXPECT_LT (m.getLoopStart(), m.getLoopEnd());
     EXPECT_LE (w.loopStartTab.getX() + w.loopStartTab.getWidth() / 2, w.loopEndTab.getX() + 1);
 
     // Replay limits and nudges by a 300th of the span.
-    w.replayTime = -3.0;
+    m.setReplay (-3.0);
     w.updateReplayMarker();
-    EXPECT_EQ (w.replayTime.load(), 0.0);
-    w.replayTime = 50.0;
+    EXPECT_EQ (m.getReplay(), 0.0);
+    m.setReplay (50.0);
     w.updateReplayMarker();
-    EXPECT_EQ (w.replayTime.load(), 20.0);
+    EXPECT_EQ (m.getReplay(), 20.0);
 
-    w.loopStart = 1.0;
-    w.loopEnd = 3.0;
+    m.setLoopStart (1.0);
+    m.setLoopEnd (3.0);
     w.updateLoopMarkers();
     w.nudgeLoopStart (true);
-    EXPECT_NEAR (w.loopStart.load(), 1.0 + 20.0 / 300.0, 1e-9);
+    EXPECT_NEAR (m.getLoopStart(), 1.0 + 20.0 / 300.0, 1e-9);
     w.nudgeLoopEnd (false);
-    EXPECT_NEAR (w.loopEnd.load(), 3.0 - 20.0 / 300.0, 1e-9);
+    EXPECT_NEAR (m.getLoopEnd(), 3.0 - 20.0 / 300.0, 1e-9);
 
     // Ctrl-Shift-click left of the loop start does nothing; a click at the end doesn't seek.
     const auto area = w.getWaveformArea();
@@ -125,14 +129,14 @@ TEST_F (WaveformTest, MarkersDragNudgeAndMoveTheLoopWhole)
         w.mouseDown (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(), juce::Point<float> ((float) x, (float) area.getCentreY()),
                                        mods, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, &w, &w, juce::Time(), {}, juce::Time(), 1, false));
     };
-    const auto endBefore = w.loopEnd.load();
+    const auto endBefore = m.getLoopEnd();
     click (1, juce::ModifierKeys (juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier));
-    EXPECT_EQ (w.loopEnd.load(), endBefore);
+    EXPECT_EQ (m.getLoopEnd(), endBefore);
 
     w.loopButton.setToggleState (true, juce::sendNotificationSync);
     click (area.getWidth() / 2, {});
-    EXPECT_NEAR (w.position.load(), 10.0, 0.05);
-    EXPECT_FALSE (w.loopEnabled.load()) << "a seek past a running loop's end leaves the loop";
+    EXPECT_NEAR (position(), 10.0, 0.05);
+    EXPECT_FALSE (m.isLoopOn()) << "a seek past a running loop's end leaves the loop";
 }
 
 namespace
@@ -192,31 +196,31 @@ TEST_F (WaveformTest, CtrlCtrlShiftAndAltOnTheWindowSetTheMarkers)
     EXPECT_TRUE (hoverWith ("alt", 300) == juce::MouseCursor::LeftRightResizeCursor);
 
     clickWith ("ctrl", 200);
-    EXPECT_TRUE (pumpUntil ([&] { return std::abs (w.loopStart.load() - timeAt (200)) < pixel; }, 2000)) << w.loopStart.load();
+    EXPECT_TRUE (pumpUntil ([&] { return std::abs (m.getLoopStart() - timeAt (200)) < pixel; }, 2000)) << m.getLoopStart();
     clickWith ("ctrl+shift", 600);
-    EXPECT_TRUE (pumpUntil ([&] { return std::abs (w.loopEnd.load() - timeAt (600)) < pixel; }, 2000)) << w.loopEnd.load();
+    EXPECT_TRUE (pumpUntil ([&] { return std::abs (m.getLoopEnd() - timeAt (600)) < pixel; }, 2000)) << m.getLoopEnd();
     clickWith ("alt", 400);
-    EXPECT_TRUE (pumpUntil ([&] { return std::abs (w.replayTime.load() - timeAt (400)) < pixel; }, 2000)) << w.replayTime.load();
-    EXPECT_EQ (w.position.load(), 0.0) << "a marker click doesn't seek";
+    EXPECT_TRUE (pumpUntil ([&] { return std::abs (m.getReplay() - timeAt (400)) < pixel; }, 2000)) << m.getReplay();
+    EXPECT_EQ (position(), 0.0) << "a marker click doesn't seek";
 
     // A plain click still seeks, so the clicks above did reach the view.
     auto plainClick = moveTo (500);
     plainClick.addArray ({ "click", "1" });
     ASSERT_TRUE (xdotool (plainClick));
-    EXPECT_TRUE (pumpUntil ([&] { return std::abs (w.position.load() - timeAt (500)) < pixel; }, 2000)) << w.position.load();
+    EXPECT_TRUE (pumpUntil ([&] { return std::abs (position() - timeAt (500)) < pixel; }, 2000)) << position();
     h.deck.removeFromDesktop();
 }
 
 TEST_F (WaveformTest, ScrollingImagesDrawWhatDirectDrawingDraws)
 {
-    w.position = 5.0;
+    at (5.0);
     w.zoomIn (WaveformComponent::anchorPosition, 0.0);
     w.followButton.setToggleState (true, juce::sendNotificationSync);
 
     // Follow across an image boundary: several ticks, then compare the two ways of drawing.
     for (double t = 5.0; t < 12.0; t += 0.7)
     {
-        w.position = t;
+        at (t);
         w.redrawWaveformImages();
     }
 
@@ -268,40 +272,40 @@ TEST_F (WaveformTest, ScrollingImagesDrawWhatDirectDrawingDraws)
 TEST_F (WaveformTest, LoopWrapsAndTheEndRestartsAtTheReplayMarker)
 {
     auto& deck = h.player();
-    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.getNextAudioBlock (info); });
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
 
-    w.loopStart = 1.0;
-    w.loopEnd = 1.5;
+    m.setLoopStart (1.0);
+    m.setLoopEnd (1.5);
     w.updateLoopMarkers();
     w.loopButton.setToggleState (true, juce::sendNotificationSync);
     deck.playButtonClicked();
-    ASSERT_TRUE (pumpUntil ([&] { return deck.transportPosition() > 1.2; }, 3000));
+    ASSERT_TRUE (pumpUntil ([&] { return h.deck.engine.getPosition() > 1.2; }, 3000));
     pumpMessages (800);
-    EXPECT_GE (deck.transportPosition(), 0.99);
-    EXPECT_LT (deck.transportPosition(), 1.55) << "the loop keeps it between its markers";
+    EXPECT_GE (h.deck.engine.getPosition(), 0.99);
+    EXPECT_LT (h.deck.engine.getPosition(), 1.55) << "the loop keeps it between its markers";
 
     // A loop that ends at the track's end comes back at the replay marker.
-    w.replayTime = 3.0;
+    m.setReplay (3.0);
     w.replayButton.setToggleState (true, juce::sendNotificationSync);
-    w.loopStart = 19.7;
-    w.loopEnd = 20.0;
+    m.setLoopStart (19.7);
+    m.setLoopEnd (20.0);
     w.updateLoopMarkers();
-    deck.transportSource.setPosition (19.8);
-    ASSERT_TRUE (pumpUntil ([&] { const auto p = deck.transportPosition(); return p > 2.9 && p < 4.0; }, 3000));
+    h.deck.engine.transport.setPosition (19.8);
+    ASSERT_TRUE (pumpUntil ([&] { const auto p = h.deck.engine.getPosition(); return p > 2.9 && p < 4.0; }, 3000));
     EXPECT_EQ (deck.getState(), TransportState::Playing);
 }
 
 TEST_F (WaveformTest, ADeckWithMarkersAsAPicture)
 {
     h.deck.setSize (830, 640);
-    w.loopStart = 6.0;
-    w.loopEnd = 11.0;
+    m.setLoopStart (6.0);
+    m.setLoopEnd (11.0);
     w.updateLoopMarkers();
     w.loopButton.setToggleState (true, juce::sendNotificationSync);
-    w.replayTime = 3.0;
+    m.setReplay (3.0);
     w.replayButton.setToggleState (true, juce::sendNotificationSync);
     w.updateReplayMarker();
-    w.position = 8.0;
+    at (8.0);
     w.updatePlayhead();
 
     const auto image = h.deck.createComponentSnapshot (h.deck.getLocalBounds());

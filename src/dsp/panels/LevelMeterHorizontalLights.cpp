@@ -1,9 +1,10 @@
-#include "dsp/LevelMeterHorizontalLights.h"
+#include "dsp/panels/LevelMeterHorizontalLights.h"
 
 namespace Marlode
 {
 
-LevelMeterHorizontalLights::LevelMeterHorizontalLights()
+LevelMeterHorizontalLights::LevelMeterHorizontalLights (const MasterLevelMeasurement& measurementToShow)
+    : measurement (measurementToShow)
 {
     setInterceptsMouseClicks (false, false);
 }

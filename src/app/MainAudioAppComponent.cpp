@@ -1,5 +1,5 @@
-#include "engine/MainAudioAppComponent.h"
-#include "engine/CommandIDs.h"
+#include "app/MainAudioAppComponent.h"
+#include "ui/CommandIDs.h"
 #include "ui/Alerts.h"
 #include "ui/SondrelLookAndFeel.h"
 
@@ -69,8 +69,8 @@ MainAudioAppComponent::~MainAudioAppComponent()
 
     // No audio callback may reach a deck once the decks start going.
     shutdownAudio();
-    currentDeck.store (nullptr);
-    previousDeck.store (nullptr);
+    cancelPendingUpdate();
+    masterEngine.forgetDecks();
 }
 
 //==============================================================================
@@ -84,8 +84,7 @@ void MainAudioAppComponent::prepareToPlay (int samplesPerBlockExpected, double d
     for (auto* deck : decks)
         deck->prepareToPlay (blockSize, (double) sampleRate);
 
-    levelLights.measurement.prepare (deviceRate);
-    masterEQ.prepare (deviceRate, blockSize, numChannels);
+    masterEngine.prepare (blockSize, deviceRate);
 
     const auto setup = deviceManager.getAudioDeviceSetup();
 
@@ -102,50 +101,23 @@ void MainAudioAppComponent::prepareToPlay (int samplesPerBlockExpected, double d
 void MainAudioAppComponent::releaseResources()
 {
     for (auto* deck : decks)
-        deck->trackDeck.transportSource.releaseResources();
+        deck->engine.transport.releaseResources();
 }
 
 void MainAudioAppComponent::getNextAudioBlock (const juce::AudioSourceChannelInfo& info)
 {
-    inAudioCallback.store (true);
-    block (info);
-    inAudioCallback.store (false);
+    masterEngine.process (info);
 }
 
-void MainAudioAppComponent::block (const juce::AudioSourceChannelInfo& info) noexcept
+MainComponent* MainAudioAppComponent::getCurrentDeck() const noexcept
 {
-    if (decksBusy.load())
-    {
-        if (! info.buffer->hasBeenCleared())
-            info.clearActiveBufferRegion();
-    }
-    else
-    {
-        MainComponent* deck = nullptr;
+    const auto* engine = masterEngine.getCurrentDeck();
 
-        if (auto* previous = previousDeck.load())
-        {
-            // The deck that was playing when another became current sounds until its stop lands.
-            // Cleared only if unchanged: the message thread may have just named another deck.
-            if (previous->isSounding())
-                deck = previous;
-            else
-                previousDeck.compare_exchange_strong (previous, nullptr);
-        }
-        else
-        {
-            deck = currentDeck.load();
-        }
+    for (auto* deck : decks)
+        if (&deck->engine == engine)
+            return deck;
 
-        if (deck != nullptr)
-            deck->getNextAudioBlock (info);
-        else if (! info.buffer->hasBeenCleared())
-            info.clearActiveBufferRegion();
-    }
-
-    masterEQ.process (info);
-    volumeAndPan.gainStage.process (info);
-    levelLights.measurement.process (info);
+    return nullptr;
 }
 
 //==============================================================================
@@ -165,12 +137,14 @@ void MainAudioAppComponent::changeListenerCallback (juce::ChangeBroadcaster* sou
         }
 
         outputDeviceNameSlot() = available ? setup.outputDeviceName : juce::String ("None");
-        return;
     }
+}
 
-    // A deck asked to go while it played goes once its stop has arrived.
-    if (auto* deck = currentDeck.load(); deck != nullptr && source == deck && deck->pendingDelete
-        && ! deck->isPlaying.load())
+void MainAudioAppComponent::handleAsyncUpdate()
+{
+    // A deck asked to go while it played goes once its stop has arrived; after the deck's own
+    // call has returned, as the deck is freed.
+    if (auto* deck = getCurrentDeck(); deck != nullptr && deck->pendingDelete && ! deck->engine.isPlaying())
     {
         deck->pendingDelete = false;
 
@@ -198,15 +172,7 @@ void MainAudioAppComponent::setCurrentDeckFromButtons()
         if (! deckButtons[i]->getToggleState())
             continue;
 
-        auto* deck = decks[i];
-        auto* current = currentDeck.load();
-
-        if (deck != current && current != nullptr && current->isPlayingOrStarting())
-            previousDeck.store (current);
-        else if (deck == previousDeck.load())
-            previousDeck.store (nullptr); // back to the deck still handing over: it sounds as the current one
-
-        currentDeck.store (deck);
+        masterEngine.selectDeck (&decks[i]->engine);
     }
 }
 
@@ -216,24 +182,21 @@ void MainAudioAppComponent::addDeck (juce::XmlElement*)
     if (decks.size() >= maxDecks)
         return;
 
-    if (auto* current = currentDeck.load(); current != nullptr && current->isPlayingOrStarting())
-        previousDeck.store (current);
-
     auto* deck = new MainComponent (commandManager.getKeyMappings(), activePopup);
     addChildComponent (deck);
     deck->prepareToPlay (blockSize, (double) sampleRate);
     deck->trackDeck.audioDeviceAvailable = outputDeviceNameSlot() != "None";
-    deck->addChangeListener (this);
+    deck->onPlayStateChanged = [this] (MainComponent&) { triggerAsyncUpdate(); };
     relayListeners.add (deck);
     commandManager.registerAllCommandsForTarget (deck);
-    currentDeck.store (deck);
+    masterEngine.selectDeck (&deck->engine);
 
-    deck->playlist.listener = this;
+    deck->playlist.addListener (this);
     deck->playlist.getOtherDeckNumbers = [this]
     {
         juce::Array<int> numbers;
         for (int i = 0; i < decks.size(); ++i)
-            if (decks[i] != currentDeck.load())
+            if (decks[i] != getCurrentDeck())
                 numbers.add (i + 1);
         return numbers;
     };
@@ -262,15 +225,6 @@ void MainAudioAppComponent::addDeck (juce::XmlElement*)
     resized();
 }
 
-void MainAudioAppComponent::beginDeckListChange()
-{
-    decksBusy.exchange (true);
-
-    // A block that began before the flag may still be inside a deck.
-    while (inAudioCallback.load())
-        juce::Thread::yield();
-}
-
 void MainAudioAppComponent::renumberTabs()
 {
     for (int i = 0; i < deckButtons.size(); ++i)
@@ -289,35 +243,31 @@ void MainAudioAppComponent::deleteCurrentDeck()
         return;
     }
 
-    auto* deck = currentDeck.load();
+    auto* deck = getCurrentDeck();
     const auto index = decks.indexOf (deck);
 
     if (index >= 0)
     {
-        beginDeckListChange();
+        const MasterEngine::DeckListChange change (masterEngine);
 
         deckButtons.remove (index);
         renumberTabs();
         resized();
         relayListeners.removeAllInstancesOf (deck);
-        currentDeck.store (nullptr);
-        previousDeck.store (nullptr);
-        deck->removeChangeListener (this);
+        masterEngine.forgetDecks();
         decks.remove (index);
 
         auto* first = decks.getFirst();
-        currentDeck.store (first);
+        masterEngine.selectDeck (&first->engine);
         showDeck (*first);
         first->restoreFocus();
         deckButtons.getFirst()->setToggleState (true, juce::dontSendNotification);
 
         if (decks.size() == 1)
             deckButtons.getFirst()->setVisible (false);
-
-        decksBusy.exchange (false);
     }
 
-    if (auto* current = currentDeck.load())
+    if (auto* current = getCurrentDeck())
         current->restoreFocus();
 }
 
@@ -329,15 +279,11 @@ void MainAudioAppComponent::deleteAllDecks()
         return;
     }
 
-    beginDeckListChange();
-    currentDeck.store (nullptr);
-    previousDeck.store (nullptr);
+    const MasterEngine::DeckListChange change (masterEngine);
+    masterEngine.forgetDecks();
 
     for (auto* deck : decks)
-    {
         relayListeners.removeAllInstancesOf (deck);
-        deck->removeChangeListener (this);
-    }
 
     while (! decks.isEmpty())
         decks.remove (decks.size() - 1);
@@ -345,12 +291,11 @@ void MainAudioAppComponent::deleteAllDecks()
         deckButtons.remove (deckButtons.size() - 1);
 
     addDeck (nullptr);
-    decksBusy.exchange (false);
 }
 
 void MainAudioAppComponent::sendTracksToDeck (int deckNumber, bool removeFromSource)
 {
-    auto* source = currentDeck.load();
+    auto* source = getCurrentDeck();
 
     if (source == nullptr)
         return;
@@ -366,7 +311,7 @@ void MainAudioAppComponent::sendTracksToDeck (int deckNumber, bool removeFromSou
             return;
 
         addDeck (nullptr);
-        currentDeck.load()->playlist.addFiles (paths, false, true, -1);
+        getCurrentDeck()->playlist.addFiles (paths, false, true, -1);
     }
     else if (deckNumber >= 1 && deckNumber <= decks.size())
     {
@@ -434,7 +379,7 @@ void MainAudioAppComponent::requestQuit()
 {
     auto* deck = getCurrentDeck();
 
-    if (deck != nullptr && deck->isPlaying.load())
+    if (deck != nullptr && deck->engine.isPlaying())
     {
         deck->trackDeck.quitWhenStopped = true;
         deck->trackDeck.stopButtonClicked();
@@ -501,8 +446,8 @@ void MainAudioAppComponent::deleteDecksWhenStopped (bool all)
     if (deck == nullptr)
         return;
 
-    // A playing deck is stopped first; its stop, arriving in changeListenerCallback, deletes.
-    if (deck->isPlaying.load() && getNumDecks() > 1)
+    // A playing deck is stopped first; its stop, arriving in handleAsyncUpdate, deletes.
+    if (deck->engine.isPlaying() && getNumDecks() > 1)
     {
         deck->pendingDelete = true;
         deleteAllPending = all;

@@ -1,4 +1,4 @@
-#include "dsp/LevelMeterSettingsComponent.h"
+#include "dsp/panels/LevelMeterSettingsComponent.h"
 
 namespace Marlode
 {

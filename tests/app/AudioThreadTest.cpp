@@ -1,4 +1,4 @@
-#include "engine/MainAudioAppComponent.h"
+#include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
 #include "support/DeviceApp.h"
 #include "support/RealtimeWatch.h"
@@ -248,9 +248,9 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
 
     RealtimeWatch::reset();
     const auto before = app.callbacks.load();
-    const auto playing = [&] { return pumpUntil ([&] { return deck->isPlaying.load(); }, 2000); };
+    const auto playing = [&] { return pumpUntil ([&] { return deck->engine.isPlaying(); }, 2000); };
     const auto playingTrack = [&] (const juce::File& f) {
-        return pumpUntil ([&] { return deck->isPlaying.load() && deck->trackDeck.getCurrentTrackPath() == f.getFullPathName(); },
+        return pumpUntil ([&] { return deck->engine.isPlaying() && deck->trackDeck.getCurrentTrackPath() == f.getFullPathName(); },
                           4000);
     };
 
@@ -260,10 +260,10 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
 
     // Everything a user does while it plays: seek, loop wrap on the audio thread, volume, pan,
     // mute, pause and resume.
-    deck->trackDeck.transportSource.setPosition (3.0);
+    deck->engine.transport.setPosition (3.0);
     pumpMessages (200);
-    deck->waveform.loopStart = 1.0;
-    deck->waveform.loopEnd = 1.5;
+    deck->engine.markers.setLoopStart (1.0);
+    deck->engine.markers.setLoopEnd (1.5);
     deck->waveform.loopButton.setToggleState (true, juce::sendNotificationSync);
     pumpMessages (600);
     deck->waveform.loopButton.setToggleState (false, juce::sendNotificationSync);
@@ -296,7 +296,7 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     ASSERT_NE (app.deviceManager.getCurrentAudioDevice(), nullptr) << "the JACK device didn't reopen";
     ASSERT_TRUE (app.waitForCallbacks (10));
     pumpMessages (100);
-    if (! deck->isPlaying.load())
+    if (! deck->engine.isPlaying())
         deck->trackDeck.playButtonClicked();
     ASSERT_TRUE (playing());
     app.loudest = 0.0f;
@@ -305,7 +305,7 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
 
     // A second deck takes over: the first sounds until its stop lands.
     app.addDeck (nullptr);
-    ASSERT_TRUE (pumpUntil ([&] { return app.previousDeck.load() == nullptr; }, 2000));
+    ASSERT_TRUE (pumpUntil ([&] { return app.masterEngine.getPreviousDeck() == nullptr; }, 2000));
     pumpMessages (200);
 
     EXPECT_GT (app.callbacks.load() - before, 300) << "too few callbacks ran to mean anything";

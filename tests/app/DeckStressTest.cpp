@@ -1,4 +1,4 @@
-#include "engine/MainAudioAppComponent.h"
+#include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
 #include "support/DeviceApp.h"
 
@@ -51,10 +51,10 @@ TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
     const auto checkPlayingMeansSound = [&] (int step)
     {
         pumpMessages (60);
-        ASSERT_TRUE (pumpUntil ([&] { return app.previousDeck.load() == nullptr; }, 2000))
-            << "step " << step << ": the deck handing over is " << app.decks.indexOf (app.previousDeck.load()) << " in state "
-            << (int) app.previousDeck.load()->trackDeck.getState() << ", playing " << app.previousDeck.load()->isPlaying.load()
-            << ", sounding " << app.previousDeck.load()->trackDeck.transportSource.isSounding() << "; current "
+        ASSERT_TRUE (pumpUntil ([&] { return app.masterEngine.getPreviousDeck() == nullptr; }, 2000))
+            << "step " << step << ": the deck handing over is in state "
+            << (int) app.masterEngine.getPreviousDeck()->getPlayState() << ", playing " << app.masterEngine.getPreviousDeck()->isPlaying()
+            << ", sounding " << app.masterEngine.getPreviousDeck()->transport.isSounding() << "; current "
             << app.decks.indexOf (current());
         const auto state = current()->trackDeck.getState();
 
@@ -75,8 +75,8 @@ TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
             case 6: player.loadTrack (files[random.nextInt (files.size())]); break;
             case 7: app.deckButtons[random.nextInt (app.deckButtons.size())]->triggerClick(); break;
             case 8:
-                deck.waveform.loopStart = random.nextDouble() * 1.5;
-                deck.waveform.loopEnd = deck.waveform.loopStart.load() + 0.02 + random.nextDouble();
+                deck.engine.markers.setLoopStart (random.nextDouble() * 1.5);
+                deck.engine.markers.setLoopEnd (deck.engine.markers.getLoopStart() + 0.02 + random.nextDouble());
                 deck.waveform.loopButton.setToggleState (! deck.waveform.loopButton.getToggleState(), juce::sendNotificationSync);
                 break;
             case 9: player.returnToStart(); break;
@@ -95,7 +95,7 @@ TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
     if (player.getState() != TransportState::Stopped)
         player.stopButtonClicked();
     ASSERT_TRUE (pumpUntil ([&] { return player.getState() == TransportState::Stopped; }, 2000))
-        << "state " << (int) player.getState() << ", transport sounding " << player.transportSource.isSounding();
+        << "state " << (int) player.getState() << ", transport sounding " << player.engine.transport.isSounding();
     player.playButtonClicked();
     ASSERT_TRUE (pumpUntil ([&] { return player.getState() == TransportState::Playing; }, 2000));
     EXPECT_TRUE (app.heardWithin (500));

@@ -1,4 +1,4 @@
-#include "dsp/DeckFXWindow.h"
+#include "dsp/panels/DeckFXWindow.h"
 
 namespace Marlode
 {
@@ -7,15 +7,6 @@ DeckFXWindow::DeckFXWindow() : DesktopWindowComponent ("FX", { 0, 0, 1000, 290 }
 {
     // It lives inside the deck's upper panel, under the deck's own panel buttons.
     hasTitleBar = false;
-}
-
-void DeckFXWindow::prepare (double sampleRate, int, int)
-{
-    preparedRate = sampleRate;
-}
-
-void DeckFXWindow::process (const juce::AudioSourceChannelInfo&) noexcept
-{
 }
 
 } // namespace Marlode

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 
 namespace Marlode
 {
@@ -17,19 +18,18 @@ namespace Marlode
     true peak, with a peak mark, hold, a clip bar and a numeric box above each bar. The scale is
     rendered once per resize; each 30 Hz tick only moves rectangles and changes texts.
 
-    process() runs on the audio thread (through `processor`); everything else on the message
-    thread.
+    The measuring is the deck engine's `processor`, on the audio thread; everything here runs
+    on the message thread.
 */
 class LevelMeter : public juce::Component,
                    public TimerRelayListener
 {
 public:
-    /** `deckIsPlaying` is the deck's own flag; a meter of a deck at rest falls to its floor. */
-    LevelMeter (const juce::String& meterName, const std::atomic<bool>* deckIsPlaying);
+    /** Shows what `processorToShow` measures. `deckIsPlaying` asks the deck's play state; a meter
+        of a deck at rest falls to its floor. */
+    LevelMeter (const juce::String& meterName, LevelMeterProcessor& processorToShow, std::function<bool()> deckIsPlaying);
     ~LevelMeter() override;
 
-    void prepare (int samplesPerBlock, double sampleRate) { processor.prepare (samplesPerBlock, sampleRate); }
-    void process (const juce::AudioSourceChannelInfo& info) noexcept { processor.process (info); }
     void reset();
 
     //==============================================================================
@@ -75,7 +75,8 @@ public:
     [[nodiscard]] juce::Colour getPeakMarkColour (int channel) const;
     [[nodiscard]] juce::Rectangle<int> getTextBoxBounds (int channel) const { return textBoxes[(size_t) channel]; }
 
-    LevelMeterProcessor processor;
+    // The deck's engine owns it and runs it on the audio thread.
+    LevelMeterProcessor& processor;
 
     // Settings the panel writes directly (message thread).
     bool maxPeakHold = false;
@@ -95,7 +96,7 @@ private:
     void renderBackground();
     float yForDb (float dB) const noexcept;
 
-    const std::atomic<bool>* deckPlaying;
+    std::function<bool()> deckPlaying;
     juce::Image background;
     std::array<juce::DrawableRectangle, 2> bars, peakMarks, clipBars;
     std::array<juce::Label, 2> peakTexts;

@@ -1,4 +1,4 @@
-#include "engine/MasterGainStage.h"
+#include "dsp/MasterGainStage.h"
 
 namespace Marlode
 {

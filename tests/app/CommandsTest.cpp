@@ -1,5 +1,5 @@
-#include "engine/CommandIDs.h"
-#include "engine/MainAudioAppComponent.h"
+#include "ui/CommandIDs.h"
+#include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
 
 #include <gtest/gtest.h>
@@ -30,12 +30,11 @@ namespace
             ASSERT_TRUE (app.commandManager.getKeyMappings()->keyPressed (K (code, modifiers, 0), &app)) << "no command for key " << code;
         }
 
-        double position() { return deck().trackDeck.transportPosition(); }
+        double position() { return deck().engine.getPosition(); }
 
         void seekTo (double seconds)
         {
-            deck().trackDeck.transportSource.setPosition (seconds);
-            deck().waveform.position.store (seconds);
+            deck().engine.transport.setPosition (seconds);
         }
 
         // A 60 s track on the current deck, Auto-Play off, blocks flowing.
@@ -145,7 +144,6 @@ TEST_F (CommandsTest, SkipAndJumpStepsWhilePlayingAndStopped)
     EXPECT_NEAR (position(), 0.2, 0.01);
     press ('v');
     EXPECT_NEAR (position(), 5.2, 0.01);
-    EXPECT_NEAR (w.position.load(), 5.2, 0.01) << "the view follows at once";
     press (K::upKey);
     EXPECT_NEAR (w.viewSpan, 30.0, 1e-6);
     press (K::leftKey);
@@ -175,12 +173,12 @@ TEST_F (CommandsTest, SkipAndJumpStepsWhilePlayingAndStopped)
 TEST_F (CommandsTest, LoopGuardsOnSkipAndJump)
 {
     auto device = loadMinute();
-    auto& w = deck().waveform;
-    w.loopStart = 10.0;
-    w.loopEnd = 30.0;
-    w.replayTime = 20.0;
-    w.loopButton.setToggleState (true, juce::sendNotificationSync);
-    ASSERT_TRUE (w.loopEnabled.load());
+    auto& m = deck().engine.markers;
+    m.setLoopStart (10.0);
+    m.setLoopEnd (30.0);
+    m.setReplay (20.0);
+    deck().waveform.loopButton.setToggleState (true, juce::sendNotificationSync);
+    ASSERT_TRUE (m.isLoopOn());
 
     // A skip at a running loop's end does nothing (else the loop would send it back to 10 s).
     press (K::spaceKey);
@@ -213,24 +211,24 @@ TEST_F (CommandsTest, MarkerToggleAndPanelKeys)
     seekTo (12.0);
 
     press ('/');
-    EXPECT_NEAR (w.replayTime.load(), 12.0, 0.01);
+    EXPECT_NEAR (deck().engine.markers.getReplay(), 12.0, 0.01);
     EXPECT_TRUE (w.replayButton.getToggleState());
     press (';');
     EXPECT_FALSE (w.replayButton.getToggleState());
 
     press (',');
-    EXPECT_NEAR (w.loopStart.load(), 12.0, 0.01);
+    EXPECT_NEAR (deck().engine.markers.getLoopStart(), 12.0, 0.01);
     seekTo (11.0);
     press ('.');
     EXPECT_FALSE (w.loopButton.getToggleState()) << "an end before the start is refused";
     seekTo (18.0);
     press ('.');
-    EXPECT_NEAR (w.loopEnd.load(), 18.0, 0.01);
-    EXPECT_TRUE (w.loopEnabled.load());
+    EXPECT_NEAR (deck().engine.markers.getLoopEnd(), 18.0, 0.01);
+    EXPECT_TRUE (deck().engine.markers.isLoopOn());
     press (',', cmd);
     press ('.', cmd);
-    EXPECT_EQ (w.loopStart.load(), 0.0);
-    EXPECT_NEAR (w.loopEnd.load(), 60.0, 0.01);
+    EXPECT_EQ (deck().engine.markers.getLoopStart(), 0.0);
+    EXPECT_NEAR (deck().engine.markers.getLoopEnd(), 60.0, 0.01);
 
     const auto follow = w.followButton.getToggleState();
     press ('f');

@@ -15,12 +15,13 @@ class LevelMeterHorizontalLights : public juce::Component,
                                    public TimerRelayListener
 {
 public:
-    LevelMeterHorizontalLights();
+    explicit LevelMeterHorizontalLights (const MasterLevelMeasurement&);
 
     void timerRelayCallback() override;
     void paint (juce::Graphics&) override;
 
-    MasterLevelMeasurement measurement;
+    // The master engine owns it and measures on the audio thread.
+    const MasterLevelMeasurement& measurement;
 
     // The cells, left to right: each lights in its colour at and above its threshold.
     const std::vector<float> thresholds { -99.0f, -60.0f, -30.0f, -18.0f, -12.0f, -9.0f, -6.0f, -3.0f, 0.0f };

@@ -1,4 +1,4 @@
-#include "dsp/LevelMeter.h"
+#include "dsp/panels/LevelMeter.h"
 #include "ui/Palette.h"
 
 #include <cmath>
@@ -16,8 +16,8 @@ namespace
 const juce::StringArray LevelMeter::typeNames { "PEAK", "TRUE PEAK", "RMS", "RMS/PK", "LUFS", "LUFS/TP" };
 const juce::StringArray LevelMeter::lufsTypeNames { "Momentary", "Short Term", "Intergrated" };
 
-LevelMeter::LevelMeter (const juce::String& meterName, const std::atomic<bool>* deckIsPlaying)
-    : name (meterName), deckPlaying (deckIsPlaying)
+LevelMeter::LevelMeter (const juce::String& meterName, LevelMeterProcessor& processorToShow, std::function<bool()> deckIsPlaying)
+    : processor (processorToShow), name (meterName), deckPlaying (std::move (deckIsPlaying))
 {
     surround.setWantsKeyboardFocus (false);
     surround.setMouseClickGrabsKeyboardFocus (false);
@@ -232,7 +232,7 @@ void LevelMeter::mouseDown (const juce::MouseEvent& e)
 //==============================================================================
 void LevelMeter::timerRelayCallback()
 {
-    processor.fallWhenIdle (deckPlaying != nullptr && deckPlaying->load (std::memory_order_relaxed));
+    processor.fallWhenIdle (deckPlaying != nullptr && deckPlaying());
 
     const auto type = processor.meterType.load();
     const auto decaysEqual = juce::approximatelyEqual (processor.smoothedLevelDecayTime.load(), processor.smoothedPeakDecayTime.load());

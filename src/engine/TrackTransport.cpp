@@ -1,4 +1,4 @@
-#include "deck/TrackTransport.h"
+#include "engine/TrackTransport.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "engine/CommandIDs.h"
+#include "ui/CommandIDs.h"
 
 namespace Marlode::CommandIDs
 {

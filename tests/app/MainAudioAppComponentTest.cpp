@@ -1,4 +1,4 @@
-#include "engine/MainAudioAppComponent.h"
+#include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
 
 #include <gtest/gtest.h>
@@ -38,9 +38,9 @@ namespace
                                      [value] (int, int) { return value; });
             deck.openFiles ({ f });
             ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.hasTrack(); }, 2000));
-            ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.transportSource.getNumBufferedSamples() > 4096; }, 2000));
+            ASSERT_TRUE (pumpUntil ([&] { return deck.engine.transport.getNumBufferedSamples() > 4096; }, 2000));
             deck.trackDeck.playButtonClicked();
-            ASSERT_TRUE (pumpUntil ([&] { return deck.isPlaying.load(); }, 1000));
+            ASSERT_TRUE (pumpUntil ([&] { return deck.engine.isPlaying(); }, 1000));
         }
     };
 }
@@ -57,7 +57,7 @@ TEST_F (MasterPathTest, ExactlyOneDeckSoundsAndThePreviousOneHandsOver)
     ASSERT_EQ (app.getNumDecks(), 2);
     auto* second = app.getCurrentDeck();
     ASSERT_NE (second, first);
-    EXPECT_EQ (app.previousDeck.load(), first);
+    EXPECT_EQ (app.masterEngine.getPreviousDeck(), &first->engine);
     EXPECT_TRUE (app.deckButtons[0]->isVisible()) << "the tab row shows with two decks";
 
     // The tab change paused the first deck; until its stop lands it still sounds.
@@ -70,7 +70,7 @@ TEST_F (MasterPathTest, ExactlyOneDeckSoundsAndThePreviousOneHandsOver)
 
     // First block after the stop: no deck is called, the block is silent and the hand-over ends.
     EXPECT_EQ (block(), 0.0f);
-    EXPECT_EQ (app.previousDeck.load(), nullptr);
+    EXPECT_EQ (app.masterEngine.getPreviousDeck(), nullptr);
 
     // From then on the current deck sounds.
     playConstant (*second, 0.5f);
@@ -88,9 +88,10 @@ TEST_F (MasterPathTest, BusyDecksMuteAndGainAfterTheDeck)
     EXPECT_FLOAT_EQ (buffer.getSample (0, 10), 0.125f);
     EXPECT_FLOAT_EQ (buffer.getSample (1, 10), 0.25f);
 
-    app.decksBusy = true;
-    EXPECT_EQ (block(), 0.0f);
-    app.decksBusy = false;
+    {
+        const MasterEngine::DeckListChange change (app.masterEngine);
+        EXPECT_EQ (block(), 0.0f);
+    }
 
     // Muted: silence, and the lights fall along their ramp rather than at once.
     app.volumeAndPan.muteButton.setToggleState (true, juce::sendNotificationSync);
@@ -112,7 +113,7 @@ TEST_F (MasterPathTest, DeviceLossPausesAPlayingDeck)
     ASSERT_TRUE (pumpUntil ([&] { return deck->trackDeck.getState() == TransportState::Paused; }, 2000));
     done = true;
     audio.join();
-    EXPECT_GT (deck->trackDeck.transportPosition(), 0.0) << "the position is kept";
+    EXPECT_GT (deck->engine.getPosition(), 0.0) << "the position is kept";
     EXPECT_EQ (MainAudioAppComponent::currentOutputDeviceName(), "None");
 }
 

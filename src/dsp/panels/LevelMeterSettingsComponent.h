@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dsp/LevelMeter.h"
+#include "dsp/panels/LevelMeter.h"
 #include "ui/PopupDisplayComponent.h"
 
 namespace Marlode

@@ -1,4 +1,4 @@
-#include "dsp/LevelMeterSettingsComponent.h"
+#include "dsp/panels/LevelMeterSettingsComponent.h"
 
 #include <gtest/gtest.h>
 
@@ -9,13 +9,14 @@ namespace
     struct Meter : ::testing::Test
     {
         std::atomic<bool> playing { true };
-        LevelMeter meter { "in", &playing };
+        LevelMeterProcessor processor;
+        LevelMeter meter { "in", processor, [this] { return playing.load(); } };
         juce::AudioBuffer<float> block { 2, 441 };
 
         void SetUp() override
         {
             meter.setSize (75, 300);
-            meter.prepare (441, 44100.0);
+            processor.prepare (441, 44100.0);
         }
 
         void feed (float left, float right, int times = 1)
@@ -24,7 +25,7 @@ namespace
             {
                 juce::FloatVectorOperations::fill (block.getWritePointer (0), left, 441);
                 juce::FloatVectorOperations::fill (block.getWritePointer (1), right, 441);
-                meter.process (juce::AudioSourceChannelInfo (&block, 0, 441));
+                processor.process (juce::AudioSourceChannelInfo (&block, 0, 441));
             }
         }
 
@@ -57,7 +58,7 @@ TEST_F (Meter, PeakRmsAndTheStraightFall)
     // A mono block shows on both bars.
     juce::AudioBuffer<float> mono (1, 441);
     juce::FloatVectorOperations::fill (mono.getWritePointer (0), 0.5f, 441);
-    meter.process (juce::AudioSourceChannelInfo (&mono, 0, 441));
+    processor.process (juce::AudioSourceChannelInfo (&mono, 0, 441));
     EXPECT_EQ (shownLevel (1), shownLevel (0));
     EXPECT_NEAR (shownLevel (1), -6.02f, 0.01f);
 }
@@ -111,7 +112,7 @@ TEST_F (Meter, LufsTypesTitlesScalesAndIdleFall)
         for (int c = 0; c < 2; ++c)
             for (int n = 0; n < 441; ++n)
                 block.setSample (c, n, (float) std::sin (n * 0.1424));
-        meter.process (juce::AudioSourceChannelInfo (&block, 0, 441));
+        processor.process (juce::AudioSourceChannelInfo (&block, 0, 441));
     }
     meter.timerRelayCallback();
     EXPECT_GT (shownLevel (0), -1.0f);
@@ -163,7 +164,8 @@ TEST_F (Meter, SettingsPanelAndAppliedSettings)
     meter.applySettings (settings);
     EXPECT_EQ (meter.processor.meterType.load(), LevelMeterProcessor::rms);
     EXPECT_EQ (meter.getSelectedTypeName(), "RMS");
-    LevelMeter out ("out", nullptr);
+    LevelMeterProcessor outProcessor;
+    LevelMeter out ("out", outProcessor, nullptr);
     out.applySettings (settings);
     EXPECT_EQ (out.processor.meterType.load(), LevelMeterProcessor::truePeak);
     EXPECT_TRUE (out.clipHold);

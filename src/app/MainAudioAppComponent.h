@@ -1,8 +1,9 @@
 #pragma once
 
 #include "deck/MainComponent.h"
-#include "dsp/EQComponent.h"
-#include "dsp/LevelMeterHorizontalLights.h"
+#include "dsp/panels/EQComponent.h"
+#include "dsp/panels/LevelMeterHorizontalLights.h"
+#include "engine/MasterEngine.h"
 #include "engine/TimerRelayBroadcaster.h"
 #include "ui/TitleBarComponent.h"
 #include "ui/VolumeAndPanComponent.h"
@@ -18,10 +19,10 @@ class PopupDisplayComponent;
 
 //==============================================================================
 /**
-    The main window's content and the one owner of the audio device. Each block it asks exactly
-    one deck for audio (decks are never summed), then applies the master equaliser, mute, volume
-    and balance, and measures the result for the level lights. One 33 ms timer drives every
-    display through the timer relay.
+    The main window's content and the one owner of the audio device, which it feeds from the
+    master's engine (one deck per block, never summed, then the master's stages). It holds the
+    bank of decks, their tabs, the master controls, the title bar and the commands. One 33 ms
+    timer drives every display through the timer relay.
 
     getNextAudioBlock runs on the audio thread; everything else on the message thread.
 */
@@ -31,7 +32,8 @@ class MainAudioAppComponent : public juce::AudioAppComponent,
                               private juce::Timer,
                               public TimerRelayBroadcaster,
                               public juce::ApplicationCommandTarget,
-                              public PlaylistComponent::Listener
+                              public PlaylistComponent::Listener,
+                              private juce::AsyncUpdater
 {
 public:
     /** Opens the output device unless told not to (tests that drive the block path themselves). */
@@ -77,7 +79,7 @@ public:
 
     //==============================================================================
     // The master and system commands; the current deck holds the rest.
-    juce::ApplicationCommandTarget* getNextCommandTarget() override { return currentDeck.load(); }
+    juce::ApplicationCommandTarget* getNextCommandTarget() override { return getCurrentDeck(); }
     void getAllCommands (juce::Array<juce::CommandID>&) override;
     void getCommandInfo (juce::CommandID, juce::ApplicationCommandInfo&) override;
     bool perform (const InvocationInfo&) override;
@@ -85,29 +87,21 @@ public:
     void resized() override;
     void paint (juce::Graphics&) override;
 
-    [[nodiscard]] MainComponent* getCurrentDeck() const noexcept { return currentDeck.load(); }
+    [[nodiscard]] MainComponent* getCurrentDeck() const noexcept;
     [[nodiscard]] int getNumDecks() const noexcept { return decks.size(); }
 
     /** The output device's name, or "None" while there is none. */
     static juce::String currentOutputDeviceName();
 
     //==============================================================================
+    // Declared before the decks and the master controls, which it outlives.
+    MasterEngine masterEngine;
+
     juce::OwnedArray<MainComponent> decks;
     juce::OwnedArray<juce::TextButton> deckButtons;
 
-    // The message thread writes both; the audio thread reads them, and clears previousDeck once
-    // that deck's stop has taken effect.
     // Interface ticks left (33 ms each, about 300 ms) before the deck first takes keyboard focus.
     int ticksUntilFocus = 9;
-
-    std::atomic<MainComponent*> currentDeck { nullptr };
-    std::atomic<MainComponent*> previousDeck { nullptr };
-
-    // True while the deck list changes; the audio thread then outputs silence.
-    std::atomic<bool> decksBusy { false };
-
-    // The audio thread holds it during each block, so a deck is freed only once no block uses it.
-    std::atomic<bool> inAudioCallback { false };
 
     const int numChannels = 2;
     int blockSize = 512;
@@ -115,8 +109,8 @@ public:
 
     TitleBar::TitleBarComponent titleBar { "Marlode" };
     EQComponent masterEQ;
-    LevelMeterHorizontalLights levelLights;
-    VolumeAndPanComponent volumeAndPan;
+    LevelMeterHorizontalLights levelLights { masterEngine.levels };
+    VolumeAndPanComponent volumeAndPan { masterEngine.gainStage };
 
     std::unique_ptr<juce::XmlElement> savedAudioState;
     bool deleteAllPending = false;
@@ -129,10 +123,9 @@ public:
 
 private:
     void timerCallback() override;
-    void block (const juce::AudioSourceChannelInfo&) noexcept;
+    void handleAsyncUpdate() override;
     void showDeck (MainComponent&);
     void renumberTabs();
-    void beginDeckListChange();
     void deleteDecksWhenStopped (bool all);
     void askApplicationToQuit();
     std::unique_ptr<juce::ComponentTraverser> createKeyboardFocusTraverser() override;

@@ -1,4 +1,4 @@
-#include "engine/MainAudioAppComponent.h"
+#include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
 #include "support/JackRecorder.h"
 
