@@ -1,7 +1,8 @@
-// The cost of one 512-sample device block through a playing deck and the master path, as a
-// real-time factor (the block's duration at 44.1 kHz over the time it takes), beside a baseline:
-// the same file through JUCE's own AudioTransportSource with its buffering source.
-#include "app/MainAudioAppComponent.h"
+// The cost of one 512-sample device block through a playing deck and the master path, on the
+// engine library alone, as a real-time factor (the block's duration at 44.1 kHz over the time it
+// takes), beside a baseline: the same file through JUCE's own AudioTransportSource with its
+// buffering source.
+#include "engine/MasterEngine.h"
 
 #include <benchmark/benchmark.h>
 
@@ -50,27 +51,39 @@ namespace
         }
     }
 
-    // The application's content with one deck playing the bench track, without a device.
+    // The engine alone, as the device drives it: the master's path with one deck playing the
+    // bench track and its meters measuring; no component, no device.
     struct PlayingDeck
     {
         PlayingDeck()
         {
-            app.prepareToPlay (blockSize, rate);
-            deck = app.getCurrentDeck();
-            deck->trackDeck.audioDeviceAvailable = true;
-            deck->waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-            deck->openFiles ({ makeTrack() });
-            juce::MessageManager::getInstance()->runDispatchLoopUntil (200);
-            deck->trackDeck.playButtonClicked();
-            juce::MessageManager::getInstance()->runDispatchLoopUntil (100);
+            formats.registerBasicFormats();
+            auto* reader = formats.createReaderFor (makeTrack());
+            const auto fileRate = reader->sampleRate;
+            source = std::make_unique<juce::AudioFormatReaderSource> (reader, true);
+
+            deck.prepare (blockSize, rate);
+            master.prepare (blockSize, rate);
+            readAhead.startThread();
+            deck.transport.setSource (source.get(), 32768, &readAhead, fileRate);
+            deck.markers.resetForTrack (deck.transport.getLengthInSeconds());
+            deck.setHasTrack (true);
+            master.selectDeck (&deck);
+            deck.transport.start();
+            deck.setPlayState (Marlode::TransportState::Playing);
         }
 
-        bool isPlaying() const { return deck->trackDeck.getState() == Marlode::TransportState::Playing; }
-        Marlode::TrackTransport& transport() { return deck->engine.transport; }
-        void block() { app.getNextAudioBlock (info); }
+        ~PlayingDeck() { deck.transport.setSource (nullptr, 0, nullptr, 0.0); }
 
-        Marlode::MainAudioAppComponent app { false };
-        Marlode::MainComponent* deck = nullptr;
+        bool isPlaying() const { return deck.transport.isPlaying(); }
+        Marlode::TrackTransport& transport() { return deck.transport; }
+        void block() { master.process (info); }
+
+        juce::AudioFormatManager formats;
+        std::unique_ptr<juce::AudioFormatReaderSource> source;
+        juce::TimeSliceThread readAhead { "bench read-ahead" };
+        Marlode::DeckEngine deck;
+        Marlode::MasterEngine master;
         juce::AudioBuffer<float> buffer { 2, blockSize };
         const juce::AudioSourceChannelInfo info { &buffer, 0, blockSize };
     };
@@ -97,7 +110,7 @@ namespace
     {
         PlayingDeck playing;
         auto& transport = playing.transport();
-        playing.deck->waveform.loopStart = 5.0;
+        playing.deck.markers.setLoopStart (5.0);
         playing.block();
         while (! transport.isCueReady (5.0))
             juce::Thread::sleep (1);

@@ -20,6 +20,8 @@ namespace Marlode
 class MarkerModel
 {
 public:
+    MarkerModel() = default;
+
     struct Listener
     {
         virtual ~Listener() = default;
@@ -95,6 +97,8 @@ private:
     double loopLength = 0.0;
 
     juce::ListenerList<Listener> listeners;
+
+    JUCE_DECLARE_NON_COPYABLE (MarkerModel)
 };
 
 } // namespace Marlode

@@ -1,4 +1,5 @@
 #include "engine/TrackTransport.h"
+#include "engine/SampleTime.h"
 
 #include <algorithm>
 #include <array>
@@ -844,7 +845,7 @@ void TrackTransport::setPosition (double seconds)
 
 juce::int64 TrackTransport::toDevicePosition (double seconds) const noexcept
 {
-    return (juce::int64) (seconds * getSampleRate());
+    return secondsToSamples (seconds, getSampleRate());
 }
 
 juce::int64 TrackTransport::toSourcePosition (const Stream& s, double seconds) const noexcept
@@ -900,14 +901,12 @@ bool TrackTransport::isLooping() const noexcept
 
 double TrackTransport::getCurrentPosition() const noexcept
 {
-    const auto rate = getSampleRate();
-    return rate > 0.0 ? (double) getNextReadPosition() / rate : 0.0;
+    return samplesToSeconds (getNextReadPosition(), getSampleRate());
 }
 
 double TrackTransport::getLengthInSeconds() const noexcept
 {
-    const auto rate = getSampleRate();
-    return rate > 0.0 ? (double) getTotalLength() / rate : 0.0;
+    return samplesToSeconds (getTotalLength(), getSampleRate());
 }
 
 bool TrackTransport::hasStreamFinished() const noexcept

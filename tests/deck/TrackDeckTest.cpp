@@ -79,45 +79,19 @@ TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
     EXPECT_FALSE (h.deck.transport.playButton.getToggleState());
 }
 
-TEST_F (TrackDeckTest, ReturnToStartCascade)
+TEST_F (TrackDeckTest, StopReturnsThroughTheMarkersAndLeavingTheLoopShowsInTheView)
 {
     ASSERT_TRUE (h.load (longTrack()));
     auto& deck = h.player();
 
-    // Replay at 10 s: the first stop returns to it, the next to the top.
-    setMarkers (true, 10.0, false, 0.0, 60.0);
-    setPosition (30.0);
-    deck.stopButtonClicked();
-    EXPECT_NEAR (position(), 10.0, 1e-3);
-    deck.stopButtonClicked();
-    EXPECT_EQ (position(), 0.0);
-
-    // Loop 20..30 without replay: from inside the loop to its start, from before it to the top.
-    setMarkers (false, 0.0, true, 20.0, 30.0);
-    setPosition (25.0);
-    deck.returnToStart();
-    EXPECT_NEAR (position(), 20.0, 1e-3);
-    deck.returnToStart();
-    EXPECT_EQ (position(), 0.0);
-    setPosition (5.0);
-    deck.returnToStart();
-    EXPECT_EQ (position(), 0.0);
-
-    // Replay beyond the loop: from inside the loop the first return stays at the loop's start.
+    // Replay beyond the loop: the loop's start first, then the replay marker past the loop's end.
     setMarkers (true, 40.0, true, 20.0, 30.0);
     setPosition (25.0);
-    deck.returnToStart();
+    deck.stopButtonClicked();
     EXPECT_NEAR (position(), 20.0, 1e-3);
-    deck.returnToStart();
+    deck.stopButtonClicked();
     EXPECT_NEAR (position(), 40.0, 1e-3);
     EXPECT_FALSE (h.deck.waveform.loopButton.getToggleState()) << "landing past the loop's end switches the loop off";
-    EXPECT_FALSE (h.deck.engine.markers.isLoopOn());
-
-    // Neither marker: always the top.
-    setMarkers (false, 0.0, false, 0.0, 0.0);
-    setPosition (12.0);
-    deck.returnToStart();
-    EXPECT_EQ (position(), 0.0);
 }
 
 TEST_F (TrackDeckTest, LoopWrapsAtTheNextBlockAndPreviousGoesToTheTop)

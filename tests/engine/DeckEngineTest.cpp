@@ -1,0 +1,213 @@
+#include "engine/MasterEngine.h"
+#include "support/TestAudio.h"
+
+#include <gtest/gtest.h>
+
+using namespace Marlode;
+using namespace MarlodeTest;
+
+namespace
+{
+    constexpr int block = 512;
+    constexpr double rate = 44100.0;
+
+    // Sample i of channel c is distinct over the whole track, so any sample out of place shows.
+    juce::AudioBuffer<float> ramp (int numSamples, float offset = 0.0f)
+    {
+        juce::AudioBuffer<float> b (2, numSamples);
+        for (int i = 0; i < numSamples; ++i)
+        {
+            b.setSample (0, i, offset + 0.1f + 0.8f * (float) i / (float) numSamples);
+            b.setSample (1, i, -(offset + 0.1f + 0.8f * (float) i / (float) numSamples));
+        }
+        return b;
+    }
+
+    // A stage that shows where it ran: it scales the block and counts its calls.
+    struct Stage : BlockProcessor
+    {
+        explicit Stage (float g) : gain (g) {}
+        void prepare (double r, int, int) override { preparedRate = r; }
+        void process (const juce::AudioSourceChannelInfo& info) noexcept override
+        {
+            info.buffer->applyGain (info.startSample, info.numSamples, gain);
+            ++calls;
+        }
+        float gain;
+        double preparedRate = 0.0;
+        int calls = 0;
+    };
+
+    // One deck engine playing a track from memory, driven block by block with no device: what a
+    // render or a test does.
+    struct Deck
+    {
+        explicit Deck (juce::AudioBuffer<float> audio) : signal (std::move (audio))
+        {
+            thread.startThread();
+            engine.prepare (block, rate);
+            engine.transport.setSource (&source, 32768, &thread, rate);
+            engine.markers.resetForTrack (engine.transport.getLengthInSeconds());
+            engine.setHasTrack (true);
+        }
+
+        ~Deck()
+        {
+            engine.transport.setSource (nullptr, 0, nullptr, 0.0);
+            thread.stopThread (1000);
+        }
+
+        void play()
+        {
+            engine.transport.start();
+            engine.setPlayState (TransportState::Playing);
+        }
+
+        juce::AudioBuffer<float> signal;
+        juce::MemoryAudioSource source { signal, false };
+        juce::TimeSliceThread thread { "Read Ahead Buffer Thread" };
+        DeckEngine engine;
+    };
+
+    juce::AudioBuffer<float> run (const std::function<void (const juce::AudioSourceChannelInfo&)>& path, int blocks)
+    {
+        juce::AudioBuffer<float> out (2, block * blocks);
+        for (int b = 0; b < blocks; ++b)
+            path (juce::AudioSourceChannelInfo (&out, b * block, block));
+        return out;
+    }
+}
+
+TEST (DeckEngine, PlaysTheFileExactlyAndALoopWrapsToItsStartWithNoSilence)
+{
+    Deck deck (ramp (44100 * 4));
+    auto& e = deck.engine;
+    e.markers.setLoopEnd (1.0);
+    e.markers.setLoopStart (0.5);
+    e.markers.setLoopOn (true);
+    run ([&] (const auto& info) { e.process (info); }, 1); // stopped: silence, and the cue points named
+    ASSERT_TRUE (pumpUntil ([&] { return e.transport.isCueReady (0.5) && e.transport.getNumBufferedSamples() > 16384; }, 3000));
+    deck.play();
+
+    // 2.5 s of blocks: the loop (0.5 s) comes round several times. At about a device's pace (a
+    // block is 11.6 ms), so that the read-ahead keeps ahead as it does for a device.
+    const auto out = run ([&] (const auto& info)
+                          {
+                              juce::Thread::sleep (8);
+                              e.process (info);
+                          },
+                          216);
+
+    // Every sample is the file's, in order; each wrap lands exactly on the loop's start sample,
+    // after the block in which the end was passed.
+    int expected = 0, wraps = 0;
+    const int loopStart = 22050, loopEnd = 44100;
+    for (int i = 0; i < out.getNumSamples(); ++i)
+    {
+        if (i % block == 0 && expected >= loopEnd)
+        {
+            expected = loopStart;
+            ++wraps;
+        }
+        ASSERT_EQ (out.getSample (0, i), deck.signal.getSample (0, expected)) << "output sample " << i;
+        ASSERT_EQ (out.getSample (1, i), deck.signal.getSample (1, expected)) << "output sample " << i;
+        ++expected;
+    }
+    EXPECT_GE (wraps, 3);
+    EXPECT_LT (e.getPosition(), 1.0 + block / rate);
+    EXPECT_GT (e.outputMeter.display (0).peak.load(), -70.0f) << "the meters measured the blocks";
+}
+
+TEST (DeckEngine, StagesRunInOrderOnlyWhilePlayingAndWithoutATrackTheBlockIsSilent)
+{
+    juce::AudioBuffer<float> constant (2, 44100);
+    for (int c = 0; c < 2; ++c)
+        juce::FloatVectorOperations::fill (constant.getWritePointer (c), 0.5f, 44100);
+    Deck deck (constant);
+    auto& e = deck.engine;
+    Stage eq (0.5f), fx (0.5f), limiter (2.0f);
+    e.setStages (&eq, &fx, &limiter);
+    e.prepare (block, rate);
+    EXPECT_EQ (limiter.preparedRate, rate);
+    ASSERT_TRUE (pumpUntil ([&] { return e.transport.getNumBufferedSamples() > 4096; }, 3000));
+
+    // Starting: the transport sounds, the stages rest.
+    e.transport.start();
+    e.setPlayState (TransportState::Starting);
+    auto out = run ([&] (const auto& info) { e.process (info); }, 1);
+    EXPECT_EQ (out.getSample (0, 100), 0.5f);
+    EXPECT_EQ (eq.calls + fx.calls + limiter.calls, 0);
+
+    e.setPlayState (TransportState::Playing);
+    out = run ([&] (const auto& info) { e.process (info); }, 1);
+    EXPECT_FLOAT_EQ (out.getSample (0, 100), 0.25f);
+    EXPECT_EQ (eq.calls, 1);
+    EXPECT_EQ (limiter.calls, 1);
+
+    // The stretcher's switch with no stretcher made: silence, never what the buffer held.
+    e.timeStretchOn = true;
+    juce::AudioBuffer<float> stale (2, block);
+    stale.clear();
+    for (int c = 0; c < 2; ++c)
+        juce::FloatVectorOperations::fill (stale.getWritePointer (c), 0.9f, block);
+    e.setPlayState (TransportState::Stopped);
+    e.process (juce::AudioSourceChannelInfo (&stale, 0, block));
+    EXPECT_EQ (stale.getMagnitude (0, block), 0.0f);
+    e.timeStretchOn = false;
+
+    e.setHasTrack (false);
+    for (int c = 0; c < 2; ++c)
+        juce::FloatVectorOperations::fill (stale.getWritePointer (c), 0.9f, block);
+    e.process (juce::AudioSourceChannelInfo (&stale, 0, block));
+    EXPECT_EQ (stale.getMagnitude (0, block), 0.0f);
+}
+
+TEST (MasterEngine, OneDeckPerBlockHandsOverUntilTheStopLandsThenTheMasterStages)
+{
+    auto level = [] (float v)
+    {
+        juce::AudioBuffer<float> b (2, 44100 * 5);
+        for (int c = 0; c < 2; ++c)
+            juce::FloatVectorOperations::fill (b.getWritePointer (c), v, b.getNumSamples());
+        return b;
+    };
+    Deck a (level (0.25f)), b (level (0.5f));
+    MasterEngine master;
+    Stage masterEQ (2.0f);
+    master.setEqualiser (&masterEQ);
+    master.prepare (block, rate);
+    ASSERT_TRUE (pumpUntil ([&] { return a.engine.transport.getNumBufferedSamples() > 4096
+                                         && b.engine.transport.getNumBufferedSamples() > 4096; }, 3000));
+    auto sound = [&] { return run ([&] (const auto& info) { master.process (info); }, 1).getSample (0, 300); };
+
+    master.selectDeck (&a.engine);
+    a.play();
+    b.play();
+    EXPECT_FLOAT_EQ (sound(), 0.5f) << "deck A through the master equaliser, never A and B summed";
+
+    // B becomes current while A plays: A keeps the output until its stop has faded.
+    master.selectDeck (&b.engine);
+    EXPECT_EQ (master.getPreviousDeck(), &a.engine);
+    EXPECT_FLOAT_EQ (sound(), 0.5f);
+    a.engine.setPlayState (TransportState::Pausing);
+    std::atomic<bool> done { false };
+    std::thread device ([&] { while (! done) { sound(); juce::Thread::sleep (1); } });
+    a.engine.transport.stop();
+    done = true;
+    device.join();
+    a.engine.setPlayState (TransportState::Paused);
+    sound();
+    EXPECT_EQ (master.getPreviousDeck(), nullptr);
+    EXPECT_FLOAT_EQ (sound(), 1.0f) << "now deck B";
+
+    // While the deck list changes, silence; mute and balance act after the decks.
+    {
+        const MasterEngine::DeckListChange change (master);
+        EXPECT_EQ (sound(), 0.0f);
+    }
+    master.gainStage.setGain (0.5);
+    EXPECT_FLOAT_EQ (sound(), 0.5f);
+    master.gainStage.setMuted (true);
+    EXPECT_EQ (sound(), 0.0f);
+    EXPECT_EQ (master.levels.getLevelDb (0), MasterLevelMeasurement::floorDb);
+}
