@@ -124,7 +124,7 @@ juce::StringArray MainComponent::vetFiles (const juce::Array<juce::File>& chosen
             consider (f);
     }
 
-    Alerts::askToListFiles (invalidFiles, invalid);
+    Alerts::askToListFiles (invalidFiles, invalid, this);
     return valid;
 }
 

@@ -173,7 +173,7 @@ void PlaylistComponent::addFiles (const juce::StringArray& files, bool loadFirst
             table.selectRow ((int) rows.size() - 1);
     }
 
-    Alerts::askToListFiles (unreadableFiles, failed);
+    Alerts::askToListFiles (unreadableFiles, failed, this);
 
     if (loadFirst && ! added.empty())
         selectRow (firstNew);

@@ -1,5 +1,4 @@
 #include "ui/Alerts.h"
-#include "app/AppGlobals.h"
 #include "ui/PopupTextWindow.h"
 
 namespace Marlode
@@ -37,10 +36,10 @@ namespace
                                                                                                 chosen (result == 0 ? 2 : result - 1);
                                                                                         }));
         };
-        p.textWindow = [] (const juce::String& title, const juce::String& text)
+        p.textWindow = [] (const juce::String& title, const juce::String& text, juce::Component* centreAround)
         {
             // The window deletes itself when closed.
-            new PopupTextWindow (title, text, mainDocumentWindow);
+            new PopupTextWindow (title, text, centreAround);
         };
         return p;
     }
@@ -74,11 +73,11 @@ void Alerts::choice (const juce::String& title, const juce::String& message, con
         current().choice (title, message, buttons, std::move (chosen));
 }
 
-void Alerts::textWindow (const juce::String& title, const juce::String& text)
+void Alerts::textWindow (const juce::String& title, const juce::String& text, juce::Component* centreAround)
 {
     JUCE_ASSERT_MESSAGE_THREAD
     if (current().textWindow)
-        current().textWindow (title, text);
+        current().textWindow (title, text, centreAround);
 }
 
 juce::String Alerts::agreeWithCount (const juce::String& pattern, int count)
@@ -119,7 +118,7 @@ juce::String Alerts::listOfFiles (const juce::StringArray& paths)
     return text;
 }
 
-void Alerts::askToListFiles (const FileListQuestion& words, const juce::StringArray& paths)
+void Alerts::askToListFiles (const FileListQuestion& words, const juce::StringArray& paths, juce::Component* asker)
 {
     if (paths.isEmpty())
         return;
@@ -127,7 +126,8 @@ void Alerts::askToListFiles (const FileListQuestion& words, const juce::StringAr
     const auto n = paths.size();
     const auto message = filesProblem (n, words.problem) + "\n\nShow a list of these files?" + words.afterQuestion;
 
-    question (words.title, message, [words, paths, n] (bool yes)
+    // The answer comes later: the asker may be gone by then.
+    question (words.title, message, [words, paths, n, asker = juce::Component::SafePointer<juce::Component> (asker)] (bool yes)
               {
                   if (! yes)
                       return;
@@ -135,7 +135,7 @@ void Alerts::askToListFiles (const FileListQuestion& words, const juce::StringAr
                   const auto list = agreeWithCount (words.listHeader, n) + listOfFiles (paths);
 
                   if (words.listInWindow)
-                      textWindow (words.listTitle, list);
+                      textWindow (words.listTitle, list, asker != nullptr ? asker->getTopLevelComponent() : nullptr);
                   else
                       warning (words.listTitle, list);
               });

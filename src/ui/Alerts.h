@@ -22,7 +22,7 @@ public:
         std::function<void (const juce::String& title, const juce::String& message, std::function<void (bool)> answer)> question;
         std::function<void (const juce::String& title, const juce::String& message, const juce::StringArray& buttons,
                             std::function<void (int)> chosen)> choice;
-        std::function<void (const juce::String& title, const juce::String& text)> textWindow;
+        std::function<void (const juce::String& title, const juce::String& text, juce::Component* centreAround)> textWindow;
     };
 
     /** How one kind of file list is asked for and shown. In `problem` and `listHeader`,
@@ -44,11 +44,13 @@ public:
     static void choice (const juce::String& title, const juce::String& message, const juce::StringArray& buttons,
                         std::function<void (int buttonIndex)> chosen);
 
-    /** A block of text too long for an alert, in a window centred on the main window. */
-    static void textWindow (const juce::String& title, const juce::String& text);
+    /** A block of text too long for an alert, in a window centred on `centreAround` (or, when
+        that is null, the screen). */
+    static void textWindow (const juce::String& title, const juce::String& text, juce::Component* centreAround);
 
-    /** Asks whether to list `paths`, and on yes lists them. Nothing happens for no paths. */
-    static void askToListFiles (const FileListQuestion&, const juce::StringArray& paths);
+    /** Asks whether to list `paths`, and on yes lists them; a list in a window of its own is
+        centred on the asker's window. Nothing happens for no paths. */
+    static void askToListFiles (const FileListQuestion&, const juce::StringArray& paths, juce::Component* asker);
 
     /** "<n> file" or "<n> files", then `problem` agreeing with the count. */
     [[nodiscard]] static juce::String filesProblem (int count, const juce::String& problem);

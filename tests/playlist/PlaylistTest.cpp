@@ -117,6 +117,7 @@ TEST_F (PlaylistTest, BrokenAndHostileFilesAreReportedNotAdded)
     ASSERT_EQ (alerts.shown.size(), 2u);
     EXPECT_EQ (alerts.shown[0].message, "3 files you selected could not be read.\n\nShow a list of these files?");
     EXPECT_EQ (alerts.shown[1].kind, "window") << "the list opens in a window of its own";
+    EXPECT_EQ (alerts.shown[1].centredOn, &playlist) << "centred on the playlist's own top-level window";
     EXPECT_EQ (alerts.shown[1].title, "Invalid Files");
     EXPECT_EQ (alerts.shown[1].message, "A valid audio format reader could not be created for the following files. \n"
                                         "To reach this point the file type must be a valid format but is not readable, "

@@ -16,7 +16,7 @@ AlertRecorder::AlertRecorder()
             shown.push_back ({ "choice", t, m });
             chosen (choice);
         },
-        [this] (const juce::String& t, const juce::String& m) { shown.push_back ({ "window", t, m }); } })
+        [this] (const juce::String& t, const juce::String& m, juce::Component* c) { shown.push_back ({ "window", t, m, c }); } })
 {
 }
 

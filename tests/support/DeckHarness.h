@@ -18,6 +18,7 @@ struct AlertRecorder
     struct Shown
     {
         juce::String kind, title, message;
+        juce::Component* centredOn = nullptr; // a text window's
     };
 
     std::vector<Shown> shown;

@@ -11,10 +11,10 @@ TEST (Alerts, FileListsAgreeWithTheCountAndKeepTheirCap)
     alerts.answer = true;
     const Alerts::FileListQuestion words { "Q", " {is|are} odd.", "!", "L", "{This one:|These:}\n", false };
 
-    Alerts::askToListFiles (words, {});
+    Alerts::askToListFiles (words, {}, nullptr);
     EXPECT_TRUE (alerts.shown.empty()) << "no files, no question";
 
-    Alerts::askToListFiles (words, { "/a" });
+    Alerts::askToListFiles (words, { "/a" }, nullptr);
     ASSERT_EQ (alerts.shown.size(), 2u);
     EXPECT_EQ (alerts.shown[0].message, "1 file is odd.\n\nShow a list of these files?!");
     EXPECT_EQ (alerts.shown[1].kind, "warning");
@@ -27,7 +27,7 @@ TEST (Alerts, FileListsAgreeWithTheCountAndKeepTheirCap)
         paths.add ("/p" + juce::String (i));
 
     alerts.shown.clear();
-    Alerts::askToListFiles (words, paths);
+    Alerts::askToListFiles (words, paths, nullptr);
     ASSERT_EQ (alerts.shown.size(), 2u);
     EXPECT_EQ (alerts.shown[0].message, "250 files are odd.\n\nShow a list of these files?!");
 
@@ -38,6 +38,6 @@ TEST (Alerts, FileListsAgreeWithTheCountAndKeepTheirCap)
 
     alerts.shown.clear();
     alerts.answer = false;
-    Alerts::askToListFiles (words, paths);
+    Alerts::askToListFiles (words, paths, nullptr);
     EXPECT_EQ (alerts.shown.size(), 1u) << "no list unless asked for";
 }
