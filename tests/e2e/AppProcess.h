@@ -49,8 +49,15 @@ private:
 /** Runs a short command (xdotool and the like) and returns what it printed, trimmed. */
 juce::String run (const juce::StringArray& command, int timeoutMs = 10000);
 
-/** The X window of the Marlode main window, waiting up to timeoutMs; empty when none came. */
-juce::String findMainWindow (int timeoutMs);
+/** The first visible X window named exactly `title` (of `app`'s process when given), waiting up to
+    timeoutMs; empty when none came. */
+juce::String findWindow (const juce::String& title, int timeoutMs, const AppProcess* app = nullptr);
+
+/** The Marlode main window, as findWindow. */
+juce::String findMainWindow (int timeoutMs, const AppProcess* app = nullptr);
+
+/** How many visible X windows are named exactly `title` now. */
+int countWindows (const juce::String& title);
 
 /** Clicks at a point given in the window's own coordinates. */
 void clickAt (const juce::String& windowId, int x, int y);

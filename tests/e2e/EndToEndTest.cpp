@@ -1,6 +1,8 @@
 #include "e2e/AppProcess.h"
 #include "support/JackRecorder.h"
 #include "support/TestAudio.h"
+#include "support/WaitFor.h"
+#include "app/InstanceChannel.h"
 
 #include <juce_dsp/juce_dsp.h>
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -141,12 +143,37 @@ namespace
             trackAudio = readAll (track);
         }
 
+        size_t frames (int milliseconds) const { return (size_t) (recorder.getSampleRate() * milliseconds / 1000.0); }
+
+        // What JACK delivers over the next stretch of the player's time, which a loaded machine
+        // stretches on the wall clock.
         std::vector<float> record (int milliseconds)
         {
             recorder.restart();
-            juce::Thread::sleep (milliseconds);
+            hear (milliseconds);
             return recorder.take()[0];
         }
+
+        void hear (int milliseconds)
+        {
+            const auto target = recorder.framesTaken() + frames (milliseconds);
+            EXPECT_TRUE (waitFor ([&] { return recorder.framesTaken() >= target; }, milliseconds + 10000)) << "JACK stalled";
+        }
+
+        float peakOver (int milliseconds) { return peak (record (milliseconds)); }
+
+        // Waits until the last 100 ms that JACK delivered hold a peak that `holds`; the checks that
+        // follow say what went wrong if none came.
+        bool waitForRecentPeak (const std::function<bool (float)>& holds)
+        {
+            recorder.restart();
+            return waitFor ([&] { return recorder.framesTaken() >= frames (100) && holds (recorder.recentPeak (frames (100))); },
+                            10000);
+        }
+
+        bool waitForSound() { return waitForRecentPeak ([] (float p) { return p > 0.01f; }); }
+        bool waitForSilence() { return waitForRecentPeak ([] (float p) { return p < 1.0e-6f; }); }
+        bool waitForPeak (float amplitude) { return waitForRecentPeak ([=] (float p) { return std::abs (p - amplitude) < 0.01f; }); }
 
         juce::File crashLog() const { return home.getChildFile (".config/Marlode/CrashLog.log"); }
 
@@ -157,8 +184,6 @@ namespace
             return writeWav (temp.file (name), rate, 2, (int) rate * 10,
                              [=] (int, int i) { return amplitude * (float) std::sin (juce::MathConstants<double>::twoPi * 440.0 * i / rate); });
         }
-
-        float peakOver (int milliseconds) { return peak (record (milliseconds)); }
     };
 
     // Keys as a user types them: X focus to the window, then XTEST events.
@@ -166,7 +191,6 @@ namespace
     {
         run ({ "xdotool", "windowfocus", "--sync", windowId });
         run ({ "xdotool", "key", keys });
-        juce::Thread::sleep (150);
     }
 }
 
@@ -186,7 +210,7 @@ TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
 
     // Auto-Play is on by default: the file given on the command line plays at once.
-    juce::Thread::sleep (500);
+    EXPECT_TRUE (waitForSound());
     const auto playing = align (record (1500), trackAudio);
     ASSERT_GE (playing.fileOffset, 0) << "nothing sounded";
     EXPECT_GT (playing.correlation, 0.99);
@@ -194,12 +218,12 @@ TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
 
     // The play button pauses; nothing sounds while paused.
     click (window, layout.playButton());
-    juce::Thread::sleep (300);
-    EXPECT_LT (peak (record (500)), 1.0e-6f);
+    EXPECT_TRUE (waitForSilence());
+    EXPECT_LT (peakOver (500), 1.0e-6f);
 
     // And resumes from where it paused.
     click (window, layout.playButton());
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSound());
     const auto resumed = align (record (1000), trackAudio);
     ASSERT_GE (resumed.fileOffset, 0) << "nothing sounded after resuming";
     EXPECT_GT (resumed.correlation, 0.99);
@@ -207,8 +231,8 @@ TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
     EXPECT_LT (resumed.fileOffset, playing.fileOffset + playing.length + (int) recorder.getSampleRate());
 
     click (window, layout.stopButton());
-    juce::Thread::sleep (300);
-    EXPECT_LT (peak (record (300)), 1.0e-6f);
+    EXPECT_TRUE (waitForSilence());
+    EXPECT_LT (peakOver (300), 1.0e-6f);
 
     // A picture of the running window for whoever reviews the build.
     run ({ "python3", MARLODE_SOURCE_DIR "/scripts/screenshot.py",
@@ -228,13 +252,13 @@ TEST_F (EndToEnd, ASecondLaunchHandsItsFileToTheFirstAndQuitWhilePlayingStopsFir
     const auto window = findMainWindow (20000);
     ASSERT_TRUE (window.isNotEmpty());
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    EXPECT_LT (peak (record (300)), 1.0e-6f) << "no track, no sound";
+    EXPECT_LT (peakOver (300), 1.0e-6f) << "no track, no sound";
 
     AppProcess second ({ track.getFullPathName() }, home);
     EXPECT_EQ (second.waitForExit (10000), 0) << "the second launch should hand over and leave";
     EXPECT_TRUE (first.isRunning());
 
-    juce::Thread::sleep (500);
+    EXPECT_TRUE (waitForSound());
     const auto heard = align (record (1000), trackAudio);
     ASSERT_GE (heard.fileOffset, 0) << "the handed-over file didn't play";
     EXPECT_GT (heard.correlation, 0.99);
@@ -259,48 +283,45 @@ TEST_F (EndToEnd, KeysPlayPauseStopWalkThePlaylistAddADeckAndQuit)
     const auto window = findMainWindow (20000);
     ASSERT_TRUE (window.isNotEmpty());
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    juce::Thread::sleep (500);
+    EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99);
 
     // Focus moves from the playlist (where Return would load a row) to the waveform.
     press (window, "Tab");
     press (window, "space");
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f) << "Space pauses";
     press (window, "space");
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99) << "Space plays";
 
     press (window, "Return");
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f) << "Return stops";
     press (window, "space");
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSound());
     const auto fromStart = align (record (1000), trackAudio);
     EXPECT_GT (fromStart.correlation, 0.99);
     EXPECT_LT (fromStart.fileOffset, (int) recorder.getSampleRate()) << "and returns to the start";
 
     // x and z walk the playlist while playing.
-    press (window, "x");
-    juce::Thread::sleep (300);
-    EXPECT_NEAR (peakOver (500), 0.25f, 0.01f);
-    press (window, "x");
-    juce::Thread::sleep (300);
-    EXPECT_NEAR (peakOver (500), 0.5f, 0.01f);
-    press (window, "z");
-    juce::Thread::sleep (300);
-    EXPECT_NEAR (peakOver (500), 0.25f, 0.01f);
+    for (auto [key, amplitude] : { std::pair { "x", 0.25f }, { "x", 0.5f }, { "z", 0.25f } })
+    {
+        press (window, key);
+        EXPECT_TRUE (waitForPeak (amplitude)) << key;
+        EXPECT_NEAR (peakOver (500), amplitude, 0.01f) << key;
+    }
 
     // A new deck takes over: the playing one pauses. 1 and 2 switch between them.
     press (window, "ctrl+d");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f);
     press (window, "1");
     press (window, "space");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForPeak (0.25f));
     EXPECT_NEAR (peakOver (500), 0.25f, 0.01f) << "deck 1 plays again";
     press (window, "2");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f) << "deck 2 shows, deck 1 paused";
 
     press (window, "ctrl+q");
@@ -318,24 +339,24 @@ TEST_F (EndToEnd, LoopsSetByKeysAndSkipsNeverPutSilenceInTheOutput)
     const auto window = findMainWindow (20000);
     ASSERT_TRUE (window.isNotEmpty());
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    juce::Thread::sleep (500);
+    ASSERT_TRUE (waitForSound());
     press (window, "Tab");
 
     // A loop of about 0.8 s set with "," and "." while playing, heard wrapping for four seconds,
     // then the loop off and skips forward and back.
     recorder.restart();
     press (window, "comma");
-    juce::Thread::sleep (650);
+    hear (650);
     press (window, "period");
-    const auto loopSetAt = recorder.take()[0].size();
-    juce::Thread::sleep (4000);
+    const auto loopSetAt = recorder.framesTaken();
+    hear (4000);
     press (window, "l");
     for (const auto* key : { "Right", "Right", "Left", "Right", "Left" })
     {
         press (window, key);
-        juce::Thread::sleep (150);
+        hear (150);
     }
-    juce::Thread::sleep (300);
+    hear (300);
     const auto heard = recorder.take()[0];
 
     ASSERT_GT (peak (heard), 0.4f);
@@ -381,21 +402,21 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
     press (window, "a");
     AppProcess second ({ b.getFullPathName() }, home);
     EXPECT_EQ (second.waitForExit (10000), 0);
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (300), 1.0e-6f);
 
     click (window, layout.deckTab (1));
     press (window, "space");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (800), trackAudio).correlation, 0.99) << "deck 1 plays its track";
 
     // From the click on tab 2 on, silence: deck 1 has paused and deck 2 hasn't started.
     click (window, layout.deckTab (2));
-    juce::Thread::sleep (100);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (1000), 1.0e-6f);
 
     press (window, "space");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForPeak (0.25f));
     EXPECT_NEAR (peakOver (500), 0.25f, 0.01f) << "deck 2 plays its own track";
 
     run ({ "python3", MARLODE_SOURCE_DIR "/scripts/screenshot.py",
@@ -406,52 +427,32 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
 
 //==============================================================================
 
-namespace
-{
-    // The visible main window of one process, waiting up to timeoutMs; empty when none came.
-    juce::String windowOf (const AppProcess& app, int timeoutMs)
-    {
-        const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
-
-        while (juce::Time::getMillisecondCounter() < end)
-        {
-            const auto found = run ({ "xdotool", "search", "--all", "--onlyvisible", "--pid", juce::String (app.pid()), "--name", "^Marlode$" });
-            if (found.isNotEmpty())
-                return found.upToFirstOccurrenceOf ("\n", false, false).trim();
-            juce::Thread::sleep (100);
-        }
-
-        return {};
-    }
-
-    int visibleMainWindows()
-    {
-        auto lines = juce::StringArray::fromLines (run ({ "xdotool", "search", "--onlyvisible", "--name", "^Marlode$" }));
-        lines.removeEmptyStrings();
-        return lines.size();
-    }
-}
-
 TEST_F (EndToEnd, EachAccountHasItsOwnInstanceAndLaterLaunchesReachOnlyTheirOwn)
 {
-    // Two HOMEs stand for two accounts logged into one machine.
+    // Two HOMEs stand for two accounts logged into one machine; each instance has its own JACK
+    // client, and a second recorder listens to theirs.
     const auto otherHome = temp.file ("other-home");
     AppProcess mine ({}, home);
-    const auto myWindow = windowOf (mine, 20000);
+    const auto myWindow = findMainWindow (20000, &mine);
     ASSERT_TRUE (myWindow.isNotEmpty());
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
 
     AppProcess theirs ({}, otherHome);
-    const auto theirWindow = windowOf (theirs, 20000);
+    const auto theirWindow = findMainWindow (20000, &theirs);
     ASSERT_TRUE (theirWindow.isNotEmpty()) << "the other account's launch opened no window of its own";
     EXPECT_TRUE (mine.isRunning());
+    JackRecorder theirRecorder ("marlode-e2e-other-account");
+    ASSERT_TRUE (theirRecorder.connectTo ("Marlode-01", 10000));
 
-    // A later launch in the other account hands its file to that account's instance: this one stays silent.
+    // A later launch in the other account hands its file to that account's instance, which plays
+    // it: this one stays silent meanwhile.
     AppProcess again ({ track.getFullPathName() }, otherHome);
     EXPECT_EQ (again.waitForExit (10000), 0);
-    juce::Thread::sleep (500);
-    EXPECT_LT (peakOver (500), 1.0e-6f) << "the file went to the wrong account's instance";
-    EXPECT_EQ (visibleMainWindows(), 2);
+    recorder.restart();
+    EXPECT_TRUE (waitFor ([&] { return theirRecorder.recentPeak (frames (100)) > 0.01f; }, 10000)) << "their instance never played it";
+    hear (300);
+    EXPECT_LT (peak (recorder.take()[0]), 1.0e-6f) << "the file went to the wrong account's instance";
+    EXPECT_EQ (countWindows ("Marlode"), 2);
 
     press (theirWindow, "ctrl+q");
     EXPECT_EQ (theirs.waitForExit (10000), 0);
@@ -489,14 +490,15 @@ TEST_F (EndToEnd, ALockOnTheFrameworksMachineWideFileDoesNotStopALaunch)
         GTEST_SKIP() << "needs unshare(1)";
 
     AppProcess app ("/usr/bin/unshare", { "--mount", "--propagation", "private", "sh", "-c", script, "sh", MARLODE_BINARY, track.getFullPathName() }, home);
-    const auto window = windowOf (app, 20000);
+    juce::String window;
+    waitFor ([&] { return (window = findMainWindow (0, &app)).isNotEmpty() || ! app.isRunning(); }, 20000);
 
     if (window.isEmpty() && app.waitForExit (0) == 97)
         GTEST_SKIP() << "no private mount namespace here (needs CAP_SYS_ADMIN)";
 
     ASSERT_TRUE (window.isNotEmpty()) << "the launch gave up while another process held the framework's lock";
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    juce::Thread::sleep (500);
+    EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99);
 
     press (window, "ctrl+q");
@@ -513,54 +515,54 @@ TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
                                     "$(echo x) `y` ;|&.wav", "plain.wav" };
     std::vector<float> amplitudes;
     std::vector<std::unique_ptr<AppProcess>> launches;
-    juce::Array<juce::File> files;
 
     for (int i = 0; i < names.size(); ++i)
     {
         amplitudes.push_back (0.1f + 0.05f * (float) i);
-        files.add (tone (names[i], amplitudes.back()));
+        launches.push_back (std::make_unique<AppProcess> (juce::StringArray { tone (names[i], amplitudes.back()).getFullPathName() }, home));
     }
 
-    for (const auto& file : files)
-        launches.push_back (std::make_unique<AppProcess> (juce::StringArray { file.getFullPathName() }, home));
-
-    // Seven hand over and leave; one stays.
-    AppProcess* survivor = nullptr;
-    int handedOver = 0;
-    const auto deadline = juce::Time::getMillisecondCounter() + 30000;
-
-    while (handedOver < 7 && juce::Time::getMillisecondCounter() < deadline)
+    // Seven hand over and leave; one stays. A launch may retry a slow instance for a while, so
+    // this waits as long as several of its answer time-outs.
+    const auto running = [&]
     {
-        handedOver = 0;
+        std::vector<AppProcess*> r;
         for (auto& launch : launches)
-            if (! launch->isRunning())
-                handedOver += launch->waitForExit (0) == 0 ? 1 : 0;
-        juce::Thread::sleep (50);
-    }
+            if (launch->isRunning())
+                r.push_back (launch.get());
+        return r;
+    };
+    waitFor ([&] { return running().size() <= 1; }, 3 * Marlode::InstanceChannel::answerTimeoutMs);
 
-    ASSERT_EQ (handedOver, 7);
+    const auto survivors = running();
+    ASSERT_EQ (survivors.size(), 1u) << "a launch started an instance of its own instead of handing over";
     for (auto& launch : launches)
-        if (launch->isRunning())
-            survivor = launch.get();
-    ASSERT_NE (survivor, nullptr);
+        if (launch.get() != survivors[0])
+            EXPECT_EQ (launch->waitForExit (0), 0);
 
-    const auto window = windowOf (*survivor, 20000);
+    const auto window = findMainWindow (20000, survivors[0]);
     ASSERT_TRUE (window.isNotEmpty());
-    juce::Thread::sleep (1000);
-    EXPECT_EQ (visibleMainWindows(), 1);
+    EXPECT_EQ (countWindows ("Marlode"), 1);
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    EXPECT_TRUE (waitForSound());
 
-    // Each handed-over file loads as it arrives. Back to the first row (within two seconds of a
-    // load z goes up a row), then x walks down; every file sounds once.
+    // Each handed-over file loads as it arrives, after the survivor's own. Back to that first row
+    // (within two seconds of a load z goes up a row), then x walks down; every file sounds once.
     for (int i = 0; i < 8; ++i)
         press (window, "z");
+
+    const auto own = std::find_if (launches.begin(), launches.end(), [&] (auto& l) { return l.get() == survivors[0]; });
+    EXPECT_TRUE (waitForPeak (amplitudes[(size_t) (own - launches.begin())])) << "not back at the survivor's own file";
 
     std::vector<float> heard;
     for (int row = 0; row < 8; ++row)
     {
         if (row > 0)
+        {
+            const auto before = recorder.recentPeak (frames (100));
             press (window, "x");
-        juce::Thread::sleep (300);
+            waitForRecentPeak ([&] (float p) { return std::abs (p - before) > 0.02f; });
+        }
         heard.push_back (peakOver (400));
     }
 
@@ -569,7 +571,7 @@ TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
         EXPECT_NEAR (heard[i], amplitudes[i], 0.01f) << "row " << i;
 
     press (window, "ctrl+q");
-    EXPECT_EQ (survivor->waitForExit (10000), 0);
+    EXPECT_EQ (survivors[0]->waitForExit (10000), 0);
     EXPECT_EQ (crashLog().getSize(), 0);
 }
 
@@ -579,9 +581,9 @@ TEST_F (EndToEnd, ACrashWhilePlayingIsLoggedAndEndsTheProcessByItsSignal)
     crashLog().replaceWithText ("an earlier crash\r\n");
 
     AppProcess app ({ track.getFullPathName() }, home);
-    ASSERT_TRUE (windowOf (app, 20000).isNotEmpty());
+    ASSERT_TRUE (findMainWindow (20000, &app).isNotEmpty());
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    juce::Thread::sleep (500);
+    ASSERT_TRUE (waitForSound());
     ASSERT_GT (peakOver (300), 0.1f);
 
     ::kill (app.pid(), SIGSEGV);
