@@ -17,16 +17,22 @@ using namespace MarlodeTest;
 
 namespace
 {
+    sockaddr_un addressOf (const juce::File& socket)
+    {
+        sockaddr_un address {};
+        address.sun_family = AF_UNIX;
+        std::strcpy (address.sun_path, socket.getFullPathName().toRawUTF8());
+        return address;
+    }
+
     // A client that speaks the wire format by hand, or doesn't speak at all.
     struct RawClient
     {
         explicit RawClient (const juce::File& socket)
         {
-            sockaddr_un address {};
-            address.sun_family = AF_UNIX;
-            std::strcpy (address.sun_path, socket.getFullPathName().toRawUTF8());
+            const auto address = addressOf (socket);
             fd = ::socket (AF_UNIX, SOCK_STREAM, 0);
-            connected = ::connect (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) == 0;
+            connected = ::connect (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)) == 0;
         }
 
         ~RawClient() { ::close (fd); }
@@ -67,10 +73,8 @@ namespace
     {
         // Bind and close without unlinking: what a killed process leaves behind.
         const auto fd = ::socket (AF_UNIX, SOCK_STREAM, 0);
-        sockaddr_un address {};
-        address.sun_family = AF_UNIX;
-        std::strcpy (address.sun_path, socket.getFullPathName().toRawUTF8());
-        ASSERT_EQ (::bind (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)), 0);
+        const auto address = addressOf (socket);
+        ASSERT_EQ (::bind (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)), 0);
         ::close (fd);
     }
 

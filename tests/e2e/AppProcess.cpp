@@ -14,23 +14,13 @@ extern char** environ;
 namespace MarlodeTest
 {
 
-AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home)
-    : AppProcess (MARLODE_BINARY, arguments, home, Limits {})
-{
-}
-
-AppProcess::AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home)
-    : AppProcess (program, arguments, home, Limits {})
-{
-}
-
-AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home, const Limits& limits)
+AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home, const AppLimits& limits)
     : AppProcess (MARLODE_BINARY, arguments, home, limits)
 {
 }
 
 AppProcess::AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home,
-                        const Limits& limits)
+                        const AppLimits& limits)
     : errorOutput (limits.errorOutput != juce::File() ? limits.errorOutput
                                                       : home.getSiblingFile (home.getFileName() + "-stderr.txt"))
 {

@@ -124,6 +124,13 @@ namespace
     #define MARLODE_SKIP_WITHOUT_REAL_TIME()
    #endif
 
+    // Keys as a user types them: X focus to the window, then XTEST events.
+    void press (const juce::String& windowId, const juce::String& keys)
+    {
+        run ({ "xdotool", "windowfocus", "--sync", windowId });
+        run ({ "xdotool", "key", keys });
+    }
+
     struct EndToEnd : ::testing::Test
     {
         TempFolder temp;
@@ -131,6 +138,8 @@ namespace
         JackRecorder recorder;
         juce::File track;
         juce::AudioBuffer<float> trackAudio;
+        std::unique_ptr<AppProcess> app;
+        juce::String window;
 
         void SetUp() override
         {
@@ -141,6 +150,21 @@ namespace
             track = writeWav (temp.file ("sweep.wav"), recorder.getSampleRate(), 2, (int) recorder.getSampleRate() * 10,
                               [this] (int c, int i) { return sweep (c, i, recorder.getSampleRate()); });
             trackAudio = readAll (track);
+        }
+
+        // Starts Marlode with these arguments and waits for its window and its JACK ports.
+        void launch (const juce::StringArray& arguments)
+        {
+            app = std::make_unique<AppProcess> (arguments, home);
+            window = findMainWindow (20000, app.get());
+            ASSERT_TRUE (window.isNotEmpty()) << "no Marlode window appeared";
+            ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
+        }
+
+        void quitWithCtrlQ()
+        {
+            press (window, "ctrl+q");
+            EXPECT_EQ (app->waitForExit (10000), 0);
         }
 
         size_t frames (int milliseconds) const { return (size_t) (recorder.getSampleRate() * milliseconds / 1000.0); }
@@ -186,28 +210,19 @@ namespace
         }
     };
 
-    // Keys as a user types them: X focus to the window, then XTEST events.
-    void press (const juce::String& windowId, const juce::String& keys)
-    {
-        run ({ "xdotool", "windowfocus", "--sync", windowId });
-        run ({ "xdotool", "key", keys });
-    }
 }
 
 TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
 {
     MARLODE_SKIP_WITHOUT_REAL_TIME();
 
-    AppProcess app ({ track.getFullPathName() }, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty()) << "no Marlode window appeared";
+    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
 
     const auto layout = windowLayout (window);
     EXPECT_EQ (layout.width, 850);
     EXPECT_EQ (layout.height, 720);
     const auto position = run ({ "xdotool", "getwindowgeometry", window }).fromFirstOccurrenceOf ("Position:", false, false).trim();
     EXPECT_TRUE (position.startsWith ("215,40")) << "centred on the 1280 x 800 display, got " << position;
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
 
     // Auto-Play is on by default: the file given on the command line plays at once.
     EXPECT_TRUE (waitForSound());
@@ -239,7 +254,7 @@ TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
            juce::File (MARLODE_BUILD_DIR).getChildFile ("marlode-main-window.png").getFullPathName() });
 
     click (window, layout.closeButton());
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    EXPECT_EQ (app->waitForExit (10000), 0);
     EXPECT_TRUE (crashLog().existsAsFile());
     EXPECT_EQ (crashLog().getSize(), 0);
 }
@@ -248,15 +263,12 @@ TEST_F (EndToEnd, ASecondLaunchHandsItsFileToTheFirstAndQuitWhilePlayingStopsFir
 {
     MARLODE_SKIP_WITHOUT_REAL_TIME();
 
-    AppProcess first ({}, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    ASSERT_NO_FATAL_FAILURE (launch ({}));
     EXPECT_LT (peakOver (300), 1.0e-6f) << "no track, no sound";
 
     AppProcess second ({ track.getFullPathName() }, home);
     EXPECT_EQ (second.waitForExit (10000), 0) << "the second launch should hand over and leave";
-    EXPECT_TRUE (first.isRunning());
+    EXPECT_TRUE (app->isRunning());
 
     EXPECT_TRUE (waitForSound());
     const auto heard = align (record (1000), trackAudio);
@@ -265,7 +277,7 @@ TEST_F (EndToEnd, ASecondLaunchHandsItsFileToTheFirstAndQuitWhilePlayingStopsFir
 
     // Closing while it plays: the deck stops first, then the process ends normally.
     click (window, windowLayout (window).closeButton());
-    EXPECT_EQ (first.waitForExit (10000), 0);
+    EXPECT_EQ (app->waitForExit (10000), 0);
     EXPECT_EQ (crashLog().getSize(), 0);
 }
 
@@ -279,10 +291,7 @@ TEST_F (EndToEnd, KeysPlayPauseStopWalkThePlaylistAddADeckAndQuit)
                           + b.getFullPathName() + "\"/><TRACK ID=\"2\" Path=\"" + c.getFullPathName() + "\"/></PLAYLIST_DATA>");
 
     // A playlist on the command line: its first track loads and, with Auto-Play, plays.
-    AppProcess app ({ list.getFullPathName() }, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    ASSERT_NO_FATAL_FAILURE (launch ({ list.getFullPathName() }));
     EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99);
 
@@ -324,8 +333,7 @@ TEST_F (EndToEnd, KeysPlayPauseStopWalkThePlaylistAddADeckAndQuit)
     EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f) << "deck 2 shows, deck 1 paused";
 
-    press (window, "ctrl+q");
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    quitWithCtrlQ();
     EXPECT_EQ (crashLog().getSize(), 0);
 }
 
@@ -335,10 +343,7 @@ TEST_F (EndToEnd, LoopsSetByKeysAndSkipsNeverPutSilenceInTheOutput)
     const auto file = writeWav (temp.file ("noise.wav"), rate, 2, (int) rate * 12, noise);
     const auto fileAudio = readAll (file);
 
-    AppProcess app ({ file.getFullPathName() }, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    ASSERT_NO_FATAL_FAILURE (launch ({ file.getFullPathName() }));
     ASSERT_TRUE (waitForSound());
     press (window, "Tab");
 
@@ -382,8 +387,7 @@ TEST_F (EndToEnd, LoopsSetByKeysAndSkipsNeverPutSilenceInTheOutput)
     EXPECT_GT (late.correlation, 0.99);
     EXPECT_LT (std::abs (late.fileOffset - early.fileOffset), (int) rate);
 
-    press (window, "ctrl+q");
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    quitWithCtrlQ();
 }
 
 TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
@@ -391,10 +395,7 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
     MARLODE_SKIP_WITHOUT_REAL_TIME();
 
     const auto b = tone ("b.wav", 0.25f);
-    AppProcess app ({ track.getFullPathName() }, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
     const auto layout = windowLayout (window);
 
     // Deck 2, Auto-Play off, gets its own track from a second launch.
@@ -421,8 +422,7 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
 
     run ({ "python3", MARLODE_SOURCE_DIR "/scripts/screenshot.py",
            juce::File (MARLODE_BUILD_DIR).getChildFile ("marlode-two-decks.png").getFullPathName() });
-    press (window, "ctrl+q");
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    quitWithCtrlQ();
 }
 
 //==============================================================================
@@ -432,15 +432,12 @@ TEST_F (EndToEnd, EachAccountHasItsOwnInstanceAndLaterLaunchesReachOnlyTheirOwn)
     // Two HOMEs stand for two accounts logged into one machine; each instance has its own JACK
     // client, and a second recorder listens to theirs.
     const auto otherHome = temp.file ("other-home");
-    AppProcess mine ({}, home);
-    const auto myWindow = findMainWindow (20000, &mine);
-    ASSERT_TRUE (myWindow.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    ASSERT_NO_FATAL_FAILURE (launch ({}));
 
     AppProcess theirs ({}, otherHome);
     const auto theirWindow = findMainWindow (20000, &theirs);
     ASSERT_TRUE (theirWindow.isNotEmpty()) << "the other account's launch opened no window of its own";
-    EXPECT_TRUE (mine.isRunning());
+    EXPECT_TRUE (app->isRunning());
     JackRecorder theirRecorder ("marlode-e2e-other-account");
     ASSERT_TRUE (theirRecorder.connectTo ("Marlode-01", 10000));
 
@@ -456,11 +453,10 @@ TEST_F (EndToEnd, EachAccountHasItsOwnInstanceAndLaterLaunchesReachOnlyTheirOwn)
 
     press (theirWindow, "ctrl+q");
     EXPECT_EQ (theirs.waitForExit (10000), 0);
-    EXPECT_TRUE (mine.isRunning());
+    EXPECT_TRUE (app->isRunning());
     EXPECT_EQ (otherHome.getChildFile (".config/Marlode/CrashLog.log").getSize(), 0);
 
-    press (myWindow, "ctrl+q");
-    EXPECT_EQ (mine.waitForExit (10000), 0);
+    quitWithCtrlQ();
 }
 
 TEST_F (EndToEnd, ALockOnTheFrameworksMachineWideFileDoesNotStopALaunch)
@@ -489,11 +485,10 @@ TEST_F (EndToEnd, ALockOnTheFrameworksMachineWideFileDoesNotStopALaunch)
     if (! juce::File ("/usr/bin/unshare").existsAsFile())
         GTEST_SKIP() << "needs unshare(1)";
 
-    AppProcess app ("/usr/bin/unshare", { "--mount", "--propagation", "private", "sh", "-c", script, "sh", MARLODE_BINARY, track.getFullPathName() }, home);
-    juce::String window;
-    waitFor ([&] { return (window = findMainWindow (0, &app)).isNotEmpty() || ! app.isRunning(); }, 20000);
+    app = std::make_unique<AppProcess> ("/usr/bin/unshare", juce::StringArray { "--mount", "--propagation", "private", "sh", "-c", script, "sh", MARLODE_BINARY, track.getFullPathName() }, home);
+    waitFor ([&] { return (window = findMainWindow (0, app.get())).isNotEmpty() || ! app->isRunning(); }, 20000);
 
-    if (window.isEmpty() && app.waitForExit (0) == 97)
+    if (window.isEmpty() && app->waitForExit (0) == 97)
         GTEST_SKIP() << "no private mount namespace here (needs CAP_SYS_ADMIN)";
 
     ASSERT_TRUE (window.isNotEmpty()) << "the launch gave up while another process held the framework's lock";
@@ -501,8 +496,7 @@ TEST_F (EndToEnd, ALockOnTheFrameworksMachineWideFileDoesNotStopALaunch)
     EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99);
 
-    press (window, "ctrl+q");
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    quitWithCtrlQ();
 }
 
 TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
@@ -580,16 +574,14 @@ TEST_F (EndToEnd, ACrashWhilePlayingIsLoggedAndEndsTheProcessByItsSignal)
     crashLog().getParentDirectory().createDirectory();
     crashLog().replaceWithText ("an earlier crash\r\n");
 
-    AppProcess app ({ track.getFullPathName() }, home);
-    ASSERT_TRUE (findMainWindow (20000, &app).isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
     ASSERT_TRUE (waitForSound());
     ASSERT_GT (peakOver (300), 0.1f);
 
-    ::kill (app.pid(), SIGSEGV);
-    EXPECT_EQ (app.waitForExit (2000), -1);
-    EXPECT_FALSE (app.isRunning()) << "not ended within 2 s";
-    EXPECT_EQ (app.endingSignal(), SIGSEGV);
+    ::kill (app->pid(), SIGSEGV);
+    EXPECT_EQ (app->waitForExit (2000), -1);
+    EXPECT_FALSE (app->isRunning()) << "not ended within 2 s";
+    EXPECT_EQ (app->endingSignal(), SIGSEGV);
 
     const auto log = crashLog().loadFileAsString();
     EXPECT_TRUE (log.startsWith ("an earlier crash\r\n\r\n" + juce::String::repeatedString ("*", 58)
