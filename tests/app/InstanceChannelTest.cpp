@@ -152,13 +152,14 @@ TEST (InstanceChannel, SimultaneousLaunchesMakeOneFirstAndLoseNoList)
 {
     constexpr int launches = 8;
 
-    // Half the rounds start from a socket a crash left behind, which every launch may try to take over.
-    for (int round = 0; round < 12; ++round)
+    // A third of the rounds start from a socket a crash left behind, which every launch may try to
+    // take over; a third on a fresh profile, whose folder every launch makes at once.
+    for (int round = 0; round < 18; ++round)
     {
         TempFolder temp;
-        const auto socket = temp.file ("instance.sock");
+        const auto socket = round % 3 == 2 ? temp.file ("fresh/profile/instance.sock") : temp.file ("instance.sock");
 
-        if (round % 2 == 1)
+        if (round % 3 == 1)
             leaveACrashedSocket (socket);
 
         std::atomic<int> ready { 0 };
