@@ -8,11 +8,13 @@ TSAN_DIR ?= build-tsan
 JOBS ?= $(shell nproc)
 FILES ?=
 CTEST_ARGS ?=
+# `make test FORMAT_CHECK=0` skips the layout check, for a tree not yet run through `make format`.
+FORMAT_CHECK ?= 1
 
 TEST_CONFIG = -DCMAKE_BUILD_TYPE=Release -DMARLODE_CHECKED=ON -DMARLODE_BENCHMARKS=OFF
 CTEST = scripts/with-test-env.sh ctest --output-on-failure $(CTEST_ARGS) --test-dir
 
-.PHONY: all setup configure build run test asan tsan bench fuzz clean
+.PHONY: all setup configure build run format check-format test asan tsan bench fuzz clean
 
 all: build
 
@@ -39,9 +41,15 @@ build: configure
 run: build
 	$(BUILD_DIR)/Marlode $(FILES)
 
+format: setup
+	scripts/check-format.sh --fix
+
+check-format: setup
+	scripts/check-format.sh
+
 # The end-to-end tests measure what a real-time player sends to JACK on two cores shared with
 # everything else; one more try absorbs a scheduling stall, while a real fault fails both.
-test: setup $(CHECK_DIR)/CMakeCache.txt
+test: setup $(if $(filter 0,$(FORMAT_CHECK)),,check-format) $(CHECK_DIR)/CMakeCache.txt
 	cmake --build $(CHECK_DIR) -j $(JOBS)
 	$(CTEST) $(CHECK_DIR) --timeout 600 --repeat until-pass:2
 

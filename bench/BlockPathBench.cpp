@@ -4,6 +4,8 @@
 // buffering source.
 #include "engine/MasterEngine.h"
 
+#include <juce_audio_devices/juce_audio_devices.h>
+
 #include <benchmark/benchmark.h>
 
 #include <chrono>

@@ -140,8 +140,8 @@ namespace
             ticking = painting = 0.0;
             for (int i = 0; i < ticks; ++i)
             {
+                loaded.deck.engine.transport.setPosition (i * tickSeconds);
                 const auto start = juce::Time::getMillisecondCounterHiRes();
-                w.position = i * tickSeconds;
                 w.timerRelayCallback();
                 const auto ticked = juce::Time::getMillisecondCounterHiRes();
                 w.paintEntireComponent (g, false);

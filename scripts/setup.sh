@@ -11,7 +11,7 @@ packages=(
   libx11-dev libxrandr-dev libxinerama-dev libxext-dev libxcursor-dev libxrender-dev libxcomposite-dev
   fonts-dejavu-core fontconfig-config
   libgtest-dev libgmock-dev libbenchmark-dev libebur128-dev
-  clang libclang-rt-14-dev
+  clang libclang-rt-14-dev clang-format-14
   jackd2 xvfb xauth x11-utils xdotool python3 iproute2
 )
 

@@ -1,6 +1,7 @@
 #include "app/InstanceChannel.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -168,12 +169,22 @@ juce::StringArray InstanceChannel::absolutePaths (const juce::StringArray& argum
     return paths;
 }
 
+bool InstanceChannel::makeFolder (const juce::File& folder)
+{
+    // On a fresh profile every launch makes the folders at once. The framework reports a folder
+    // another launch made between its check and its mkdir as a failure; the standard library
+    // counts it as made.
+    std::error_code error;
+    std::filesystem::create_directories (folder.getFullPathName().toStdString(), error);
+    return folder.isDirectory();
+}
+
 InstanceChannel::Role InstanceChannel::claim (const juce::StringArray& paths)
 {
     const auto path = socketFile.getFullPathName();
     sockaddr_un address;
 
-    if (listenFd >= 0 || ! socketFile.getParentDirectory().createDirectory() || ! makeAddress (path, address))
+    if (listenFd >= 0 || ! makeFolder (socketFile.getParentDirectory()) || ! makeAddress (path, address))
         return Role::unavailable;
 
     const auto message = encode (paths);

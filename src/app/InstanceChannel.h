@@ -80,6 +80,7 @@ private:
 
     void run() override;
     void serve (int connection);
+    static bool makeFolder (const juce::File&);
     bool bindAndListen (const sockaddr_un& address);
     static std::optional<char> handOver (int connection, const std::string& message); // the answer, if one came
     static void post (std::weak_ptr<Receiver> target, const juce::StringArray& paths);

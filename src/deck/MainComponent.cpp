@@ -326,12 +326,17 @@ void MainComponent::resetMeters()
     outputMeter.reset();
 }
 
-void MainComponent::trackLoaded (const juce::File& file)
+void MainComponent::resetHeldMeters()
 {
+    // A held maximum belongs to the track it was measured on.
     for (auto* meter : { &inputMeter, &outputMeter })
         if (meter->maxPeakHold)
             meter->reset();
+}
 
+void MainComponent::trackLoaded (const juce::File& file)
+{
+    resetHeldMeters();
     waveform.clearTrack();
     waveform.loadTrack (file);
     transport.setEnabled (true);
@@ -341,10 +346,7 @@ void MainComponent::trackLoaded (const juce::File& file)
 
 void MainComponent::trackUnloaded()
 {
-    for (auto* meter : { &inputMeter, &outputMeter })
-        if (meter->maxPeakHold)
-            meter->reset();
-
+    resetHeldMeters();
     waveform.clearTrack();
     transport.setEnabled (false);
     trackName.setText (TrackNameLabel::noTrackText);

@@ -131,6 +131,7 @@ private:
     juce::StringArray vetFiles (const juce::Array<juce::File>& files);
     void setResizeDrag (int offset);
     void resetMeters();
+    void resetHeldMeters();
 
     void trackLoaded (const juce::File&) override;
     void trackUnloaded() override;

@@ -83,24 +83,27 @@ void MarkerModel::changed()
 }
 
 //==============================================================================
+std::optional<double> MarkerModel::nudgedBeforeLoopEnd (double now, bool right, double step, double viewEnd) const noexcept
+{
+    if (! right)
+        return juce::jmax (0.0, now - step);
+
+    if (const auto t = now + step; t < getLoopEnd())
+        return juce::jmin (t, viewEnd);
+
+    return std::nullopt;
+}
+
 void MarkerModel::nudgeReplay (bool right, double step, double viewEnd)
 {
-    const auto now = getReplay();
-
-    if (! right)
-        setReplay (juce::jmax (0.0, now - step));
-    else if (const auto t = now + step; t < getLoopEnd())
-        setReplay (juce::jmin (t, viewEnd));
+    if (const auto t = nudgedBeforeLoopEnd (getReplay(), right, step, viewEnd))
+        setReplay (*t);
 }
 
 void MarkerModel::nudgeLoopStart (bool right, double step, double viewEnd)
 {
-    const auto now = getLoopStart();
-
-    if (! right)
-        setLoopStart (juce::jmax (0.0, now - step));
-    else if (const auto t = now + step; t < getLoopEnd())
-        setLoopStart (juce::jmin (t, viewEnd));
+    if (const auto t = nudgedBeforeLoopEnd (getLoopStart(), right, step, viewEnd))
+        setLoopStart (*t);
 }
 
 void MarkerModel::nudgeLoopEnd (bool right, double step, double viewEnd)

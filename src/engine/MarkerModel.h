@@ -86,6 +86,8 @@ public:
     [[nodiscard]] std::optional<double> moveTarget (Move, double position, double step, bool playing) const noexcept;
 
 private:
+    // Where a marker before the loop's end goes on a nudge, or nothing when it may not move.
+    [[nodiscard]] std::optional<double> nudgedBeforeLoopEnd (double now, bool right, double step, double viewEnd) const noexcept;
     void keepLoopValid();
     void changed();
 

@@ -170,40 +170,6 @@ TEST_F (CommandsTest, SkipAndJumpStepsWhilePlayingAndStopped)
     EXPECT_NEAR (position(), 0.0, 0.01);
 }
 
-TEST_F (CommandsTest, LoopGuardsOnSkipAndJump)
-{
-    auto device = loadMinute();
-    auto& m = deck().engine.markers;
-    m.setLoopStart (10.0);
-    m.setLoopEnd (30.0);
-    m.setReplay (20.0);
-    deck().waveform.loopButton.setToggleState (true, juce::sendNotificationSync);
-    ASSERT_TRUE (m.isLoopOn());
-
-    // A skip at a running loop's end does nothing (else the loop would send it back to 10 s).
-    press (K::spaceKey);
-    waitForState (TransportState::Playing);
-    seekTo (29.5);
-    press (K::rightKey);
-    pumpMessages (50);
-    EXPECT_GT (position(), 29.4);
-    EXPECT_LT (position(), 30.0);
-
-    // Paused, the same skip passes the loop's end; a jump may not.
-    press (K::spaceKey);
-    waitForState (TransportState::Paused);
-    seekTo (29.9);
-    press (K::rightKey);
-    EXPECT_NEAR (position(), 30.1, 0.01);
-    press ('v');
-    EXPECT_NEAR (position(), 30.1, 0.01);
-
-    // A jump back under the loop stops at the replay marker, not at the loop's start.
-    seekTo (22.0);
-    press ('c');
-    EXPECT_NEAR (position(), 20.0, 0.01);
-}
-
 TEST_F (CommandsTest, MarkerToggleAndPanelKeys)
 {
     auto device = loadMinute();

@@ -1,6 +1,7 @@
 #include "app/AppGlobals.h"
 #include "app/CrashHandler.h"
 #include "support/TestAudio.h"
+#include "support/WaitFor.h"
 
 #include <gtest/gtest.h>
 
@@ -58,18 +59,12 @@ namespace
         ::close (readyPipe[0]);
 
         int status = 0;
-        const auto deadline = juce::Time::getMillisecondCounter() + (juce::uint32) allowedMs;
 
-        while (readied && juce::Time::getMillisecondCounter() < deadline)
+        if (readied && MarlodeTest::waitFor ([&] { return ::waitpid (child, &status, WNOHANG) == child; }, allowedMs, [] { juce::Thread::sleep (5); }))
         {
-            if (::waitpid (child, &status, WNOHANG) == child)
-            {
-                end.ended = true;
-                end.signal = WIFSIGNALED (status) ? WTERMSIG (status) : 0;
-                return end;
-            }
-
-            juce::Thread::sleep (5);
+            end.ended = true;
+            end.signal = WIFSIGNALED (status) ? WTERMSIG (status) : 0;
+            return end;
         }
 
         ::kill (child, SIGKILL);

@@ -17,16 +17,22 @@ using namespace MarlodeTest;
 
 namespace
 {
+    sockaddr_un addressOf (const juce::File& socket)
+    {
+        sockaddr_un address {};
+        address.sun_family = AF_UNIX;
+        std::strcpy (address.sun_path, socket.getFullPathName().toRawUTF8());
+        return address;
+    }
+
     // A client that speaks the wire format by hand, or doesn't speak at all.
     struct RawClient
     {
         explicit RawClient (const juce::File& socket)
         {
-            sockaddr_un address {};
-            address.sun_family = AF_UNIX;
-            std::strcpy (address.sun_path, socket.getFullPathName().toRawUTF8());
+            const auto address = addressOf (socket);
             fd = ::socket (AF_UNIX, SOCK_STREAM, 0);
-            connected = ::connect (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)) == 0;
+            connected = ::connect (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)) == 0;
         }
 
         ~RawClient() { ::close (fd); }
@@ -67,10 +73,8 @@ namespace
     {
         // Bind and close without unlinking: what a killed process leaves behind.
         const auto fd = ::socket (AF_UNIX, SOCK_STREAM, 0);
-        sockaddr_un address {};
-        address.sun_family = AF_UNIX;
-        std::strcpy (address.sun_path, socket.getFullPathName().toRawUTF8());
-        ASSERT_EQ (::bind (fd, reinterpret_cast<sockaddr*> (&address), sizeof (address)), 0);
+        const auto address = addressOf (socket);
+        ASSERT_EQ (::bind (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)), 0);
         ::close (fd);
     }
 
@@ -130,8 +134,13 @@ TEST (InstanceChannel, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
     EXPECT_EQ (received.lists[2], juce::StringArray ({ "/x.flac" }));
 }
 
-TEST (InstanceChannel, ArgumentsBecomeAbsoluteWithEveryCharacterKept)
+TEST (InstanceChannel, ArgumentsBecomeAbsoluteWithEveryCharacterKeptAndALongPathMeansNoChannel)
 {
+    // A socket path too long for a local socket means no channel, not a failure to start.
+    TempFolder temp;
+    const auto deep = temp.file (juce::String::repeatedString ("d", 120)).getChildFile ("instance.sock");
+    EXPECT_EQ (InstanceChannel (deep).claim ({ "/x.wav" }), Role::unavailable);
+
     const juce::StringArray arguments { "song.wav", "-lead.wav", "~not-home.wav", "/abs/x.wav", "", "sub/../y.wav", "a\tb c\n.wav" };
     EXPECT_EQ (InstanceChannel::absolutePaths (arguments, juce::File ("/home/user/music")),
                juce::StringArray ({ "/home/user/music/song.wav", "/home/user/music/-lead.wav", "/home/user/music/~not-home.wav",
@@ -143,13 +152,14 @@ TEST (InstanceChannel, SimultaneousLaunchesMakeOneFirstAndLoseNoList)
 {
     constexpr int launches = 8;
 
-    // Half the rounds start from a socket a crash left behind, which every launch may try to take over.
-    for (int round = 0; round < 12; ++round)
+    // A third of the rounds start from a socket a crash left behind, which every launch may try to
+    // take over; a third on a fresh profile, whose folder every launch makes at once.
+    for (int round = 0; round < 18; ++round)
     {
         TempFolder temp;
-        const auto socket = temp.file ("instance.sock");
+        const auto socket = round % 3 == 2 ? temp.file ("fresh/profile/instance.sock") : temp.file ("instance.sock");
 
-        if (round % 2 == 1)
+        if (round % 3 == 1)
             leaveACrashedSocket (socket);
 
         std::atomic<int> ready { 0 };
@@ -263,21 +273,6 @@ TEST_F (RunningInstance, RefusesWhatIsNotAListOfAbsoluteUtf8Paths)
     pumpMessages (100);
     ASSERT_EQ (received.lists.size(), 1u);
     EXPECT_EQ (received.lists[0], juce::StringArray ({ "/fine.wav" }));
-}
-
-TEST (InstanceChannel, ASocketLeftByACrashIsTakenOver)
-{
-    TempFolder temp;
-    const auto socket = temp.file ("instance.sock");
-    leaveACrashedSocket (socket);
-    ASSERT_TRUE (socket.exists());
-
-    InstanceChannel channel (socket);
-    EXPECT_EQ (channel.claim ({ "/x.wav" }), Role::first);
-
-    // A path too long for a local socket means no channel, not a failure to start.
-    const auto deep = temp.file (juce::String::repeatedString ("d", 120)).getChildFile ("instance.sock");
-    EXPECT_EQ (InstanceChannel (deep).claim ({ "/x.wav" }), Role::unavailable);
 }
 
 TEST_F (RunningInstance, ShutdownStopsDeliveringAndRemovesOnlyItsOwnSocket)

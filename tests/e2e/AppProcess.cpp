@@ -1,4 +1,5 @@
 #include "e2e/AppProcess.h"
+#include "support/WaitFor.h"
 
 #include <gtest/gtest.h>
 
@@ -13,23 +14,13 @@ extern char** environ;
 namespace MarlodeTest
 {
 
-AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home)
-    : AppProcess (MARLODE_BINARY, arguments, home, Limits {})
-{
-}
-
-AppProcess::AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home)
-    : AppProcess (program, arguments, home, Limits {})
-{
-}
-
-AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home, const Limits& limits)
+AppProcess::AppProcess (const juce::StringArray& arguments, const juce::File& home, const AppLimits& limits)
     : AppProcess (MARLODE_BINARY, arguments, home, limits)
 {
 }
 
 AppProcess::AppProcess (const juce::String& program, const juce::StringArray& arguments, const juce::File& home,
-                        const Limits& limits)
+                        const AppLimits& limits)
     : errorOutput (limits.errorOutput != juce::File() ? limits.errorOutput
                                                       : home.getSiblingFile (home.getFileName() + "-stderr.txt"))
 {
@@ -111,14 +102,8 @@ bool AppProcess::isRunning()
 
 int AppProcess::waitForExit (int timeoutMs)
 {
-    const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
-
-    while (isRunning())
-    {
-        if (juce::Time::getMillisecondCounter() > end)
-            return -1;
-        juce::Thread::sleep (20);
-    }
+    if (! waitFor ([this] { return ! isRunning(); }, timeoutMs))
+        return -1;
 
     return (reaped && WIFEXITED (status)) ? WEXITSTATUS (status) : -1;
 }
@@ -140,19 +125,41 @@ juce::String run (const juce::StringArray& command, int timeoutMs)
     return output.trim();
 }
 
-juce::String findMainWindow (int timeoutMs)
+namespace
 {
-    const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
-
-    while (juce::Time::getMillisecondCounter() < end)
+    juce::StringArray windowsNamed (const juce::String& title, const AppProcess* app)
     {
-        const auto found = run ({ "xdotool", "search", "--onlyvisible", "--name", "^Marlode$" });
-        if (found.isNotEmpty())
-            return found.upToFirstOccurrenceOf ("\n", false, false).trim();
-        juce::Thread::sleep (100);
-    }
+        juce::StringArray command { "xdotool", "search", "--all", "--onlyvisible" };
+        if (app != nullptr)
+            command.addArray ({ "--pid", juce::String (app->pid()) });
 
-    return {};
+        juce::String pattern;
+        for (auto c : title)
+            pattern << (juce::String ("\\^$.|?*+()[]{}").containsChar (c) ? "\\" : "") << juce::String::charToString (c);
+        command.addArray ({ "--name", "^" + pattern + "$" });
+
+        auto found = juce::StringArray::fromLines (run (command));
+        found.removeEmptyStrings();
+        return found;
+    }
+}
+
+juce::String findWindow (const juce::String& title, int timeoutMs, const AppProcess* app)
+{
+    juce::StringArray found;
+    waitFor ([&] { return ! (found = windowsNamed (title, app)).isEmpty(); }, timeoutMs,
+             [] { juce::Thread::sleep (50); });
+    return found.isEmpty() ? juce::String() : found[0].trim();
+}
+
+juce::String findMainWindow (int timeoutMs, const AppProcess* app)
+{
+    return findWindow ("Marlode", timeoutMs, app);
+}
+
+int countWindows (const juce::String& title)
+{
+    return windowsNamed (title, nullptr).size();
 }
 
 void clickAt (const juce::String& windowId, int x, int y)

@@ -1,6 +1,8 @@
 #include "e2e/AppProcess.h"
 #include "support/JackRecorder.h"
 #include "support/TestAudio.h"
+#include "support/WaitFor.h"
+#include "app/InstanceChannel.h"
 
 #include <juce_dsp/juce_dsp.h>
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -122,6 +124,13 @@ namespace
     #define MARLODE_SKIP_WITHOUT_REAL_TIME()
    #endif
 
+    // Keys as a user types them: X focus to the window, then XTEST events.
+    void press (const juce::String& windowId, const juce::String& keys)
+    {
+        run ({ "xdotool", "windowfocus", "--sync", windowId });
+        run ({ "xdotool", "key", keys });
+    }
+
     struct EndToEnd : ::testing::Test
     {
         TempFolder temp;
@@ -129,6 +138,8 @@ namespace
         JackRecorder recorder;
         juce::File track;
         juce::AudioBuffer<float> trackAudio;
+        std::unique_ptr<AppProcess> app;
+        juce::String window;
 
         void SetUp() override
         {
@@ -141,12 +152,52 @@ namespace
             trackAudio = readAll (track);
         }
 
+        // Starts Marlode with these arguments and waits for its window and its JACK ports.
+        void launch (const juce::StringArray& arguments)
+        {
+            app = std::make_unique<AppProcess> (arguments, home);
+            window = findMainWindow (20000, app.get());
+            ASSERT_TRUE (window.isNotEmpty()) << "no Marlode window appeared";
+            ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
+        }
+
+        void quitWithCtrlQ()
+        {
+            press (window, "ctrl+q");
+            EXPECT_EQ (app->waitForExit (10000), 0);
+        }
+
+        size_t frames (int milliseconds) const { return (size_t) (recorder.getSampleRate() * milliseconds / 1000.0); }
+
+        // What JACK delivers over the next stretch of the player's time, which a loaded machine
+        // stretches on the wall clock.
         std::vector<float> record (int milliseconds)
         {
             recorder.restart();
-            juce::Thread::sleep (milliseconds);
+            hear (milliseconds);
             return recorder.take()[0];
         }
+
+        void hear (int milliseconds)
+        {
+            const auto target = recorder.framesTaken() + frames (milliseconds);
+            EXPECT_TRUE (waitFor ([&] { return recorder.framesTaken() >= target; }, milliseconds + 10000)) << "JACK stalled";
+        }
+
+        float peakOver (int milliseconds) { return peak (record (milliseconds)); }
+
+        // Waits until the last 100 ms that JACK delivered hold a peak that `holds`; the checks that
+        // follow say what went wrong if none came.
+        bool waitForRecentPeak (const std::function<bool (float)>& holds)
+        {
+            recorder.restart();
+            return waitFor ([&] { return recorder.framesTaken() >= frames (100) && holds (recorder.recentPeak (frames (100))); },
+                            10000);
+        }
+
+        bool waitForSound() { return waitForRecentPeak ([] (float p) { return p > 0.01f; }); }
+        bool waitForSilence() { return waitForRecentPeak ([] (float p) { return p < 1.0e-6f; }); }
+        bool waitForPeak (float amplitude) { return waitForRecentPeak ([=] (float p) { return std::abs (p - amplitude) < 0.01f; }); }
 
         juce::File crashLog() const { return home.getChildFile (".config/Marlode/CrashLog.log"); }
 
@@ -157,36 +208,24 @@ namespace
             return writeWav (temp.file (name), rate, 2, (int) rate * 10,
                              [=] (int, int i) { return amplitude * (float) std::sin (juce::MathConstants<double>::twoPi * 440.0 * i / rate); });
         }
-
-        float peakOver (int milliseconds) { return peak (record (milliseconds)); }
     };
 
-    // Keys as a user types them: X focus to the window, then XTEST events.
-    void press (const juce::String& windowId, const juce::String& keys)
-    {
-        run ({ "xdotool", "windowfocus", "--sync", windowId });
-        run ({ "xdotool", "key", keys });
-        juce::Thread::sleep (150);
-    }
 }
 
 TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
 {
     MARLODE_SKIP_WITHOUT_REAL_TIME();
 
-    AppProcess app ({ track.getFullPathName() }, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty()) << "no Marlode window appeared";
+    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
 
     const auto layout = windowLayout (window);
     EXPECT_EQ (layout.width, 850);
     EXPECT_EQ (layout.height, 720);
     const auto position = run ({ "xdotool", "getwindowgeometry", window }).fromFirstOccurrenceOf ("Position:", false, false).trim();
     EXPECT_TRUE (position.startsWith ("215,40")) << "centred on the 1280 x 800 display, got " << position;
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
 
     // Auto-Play is on by default: the file given on the command line plays at once.
-    juce::Thread::sleep (500);
+    EXPECT_TRUE (waitForSound());
     const auto playing = align (record (1500), trackAudio);
     ASSERT_GE (playing.fileOffset, 0) << "nothing sounded";
     EXPECT_GT (playing.correlation, 0.99);
@@ -194,12 +233,12 @@ TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
 
     // The play button pauses; nothing sounds while paused.
     click (window, layout.playButton());
-    juce::Thread::sleep (300);
-    EXPECT_LT (peak (record (500)), 1.0e-6f);
+    EXPECT_TRUE (waitForSilence());
+    EXPECT_LT (peakOver (500), 1.0e-6f);
 
     // And resumes from where it paused.
     click (window, layout.playButton());
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSound());
     const auto resumed = align (record (1000), trackAudio);
     ASSERT_GE (resumed.fileOffset, 0) << "nothing sounded after resuming";
     EXPECT_GT (resumed.correlation, 0.99);
@@ -207,15 +246,15 @@ TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
     EXPECT_LT (resumed.fileOffset, playing.fileOffset + playing.length + (int) recorder.getSampleRate());
 
     click (window, layout.stopButton());
-    juce::Thread::sleep (300);
-    EXPECT_LT (peak (record (300)), 1.0e-6f);
+    EXPECT_TRUE (waitForSilence());
+    EXPECT_LT (peakOver (300), 1.0e-6f);
 
     // A picture of the running window for whoever reviews the build.
     run ({ "python3", MARLODE_SOURCE_DIR "/scripts/screenshot.py",
            juce::File (MARLODE_BUILD_DIR).getChildFile ("marlode-main-window.png").getFullPathName() });
 
     click (window, layout.closeButton());
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    EXPECT_EQ (app->waitForExit (10000), 0);
     EXPECT_TRUE (crashLog().existsAsFile());
     EXPECT_EQ (crashLog().getSize(), 0);
 }
@@ -224,24 +263,21 @@ TEST_F (EndToEnd, ASecondLaunchHandsItsFileToTheFirstAndQuitWhilePlayingStopsFir
 {
     MARLODE_SKIP_WITHOUT_REAL_TIME();
 
-    AppProcess first ({}, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    EXPECT_LT (peak (record (300)), 1.0e-6f) << "no track, no sound";
+    ASSERT_NO_FATAL_FAILURE (launch ({}));
+    EXPECT_LT (peakOver (300), 1.0e-6f) << "no track, no sound";
 
     AppProcess second ({ track.getFullPathName() }, home);
     EXPECT_EQ (second.waitForExit (10000), 0) << "the second launch should hand over and leave";
-    EXPECT_TRUE (first.isRunning());
+    EXPECT_TRUE (app->isRunning());
 
-    juce::Thread::sleep (500);
+    EXPECT_TRUE (waitForSound());
     const auto heard = align (record (1000), trackAudio);
     ASSERT_GE (heard.fileOffset, 0) << "the handed-over file didn't play";
     EXPECT_GT (heard.correlation, 0.99);
 
     // Closing while it plays: the deck stops first, then the process ends normally.
     click (window, windowLayout (window).closeButton());
-    EXPECT_EQ (first.waitForExit (10000), 0);
+    EXPECT_EQ (app->waitForExit (10000), 0);
     EXPECT_EQ (crashLog().getSize(), 0);
 }
 
@@ -255,56 +291,49 @@ TEST_F (EndToEnd, KeysPlayPauseStopWalkThePlaylistAddADeckAndQuit)
                           + b.getFullPathName() + "\"/><TRACK ID=\"2\" Path=\"" + c.getFullPathName() + "\"/></PLAYLIST_DATA>");
 
     // A playlist on the command line: its first track loads and, with Auto-Play, plays.
-    AppProcess app ({ list.getFullPathName() }, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    juce::Thread::sleep (500);
+    ASSERT_NO_FATAL_FAILURE (launch ({ list.getFullPathName() }));
+    EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99);
 
     // Focus moves from the playlist (where Return would load a row) to the waveform.
     press (window, "Tab");
     press (window, "space");
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f) << "Space pauses";
     press (window, "space");
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99) << "Space plays";
 
     press (window, "Return");
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f) << "Return stops";
     press (window, "space");
-    juce::Thread::sleep (200);
+    EXPECT_TRUE (waitForSound());
     const auto fromStart = align (record (1000), trackAudio);
     EXPECT_GT (fromStart.correlation, 0.99);
     EXPECT_LT (fromStart.fileOffset, (int) recorder.getSampleRate()) << "and returns to the start";
 
     // x and z walk the playlist while playing.
-    press (window, "x");
-    juce::Thread::sleep (300);
-    EXPECT_NEAR (peakOver (500), 0.25f, 0.01f);
-    press (window, "x");
-    juce::Thread::sleep (300);
-    EXPECT_NEAR (peakOver (500), 0.5f, 0.01f);
-    press (window, "z");
-    juce::Thread::sleep (300);
-    EXPECT_NEAR (peakOver (500), 0.25f, 0.01f);
+    for (auto [key, amplitude] : { std::pair { "x", 0.25f }, { "x", 0.5f }, { "z", 0.25f } })
+    {
+        press (window, key);
+        EXPECT_TRUE (waitForPeak (amplitude)) << key;
+        EXPECT_NEAR (peakOver (500), amplitude, 0.01f) << key;
+    }
 
     // A new deck takes over: the playing one pauses. 1 and 2 switch between them.
     press (window, "ctrl+d");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f);
     press (window, "1");
     press (window, "space");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForPeak (0.25f));
     EXPECT_NEAR (peakOver (500), 0.25f, 0.01f) << "deck 1 plays again";
     press (window, "2");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (500), 1.0e-6f) << "deck 2 shows, deck 1 paused";
 
-    press (window, "ctrl+q");
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    quitWithCtrlQ();
     EXPECT_EQ (crashLog().getSize(), 0);
 }
 
@@ -314,28 +343,25 @@ TEST_F (EndToEnd, LoopsSetByKeysAndSkipsNeverPutSilenceInTheOutput)
     const auto file = writeWav (temp.file ("noise.wav"), rate, 2, (int) rate * 12, noise);
     const auto fileAudio = readAll (file);
 
-    AppProcess app ({ file.getFullPathName() }, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    juce::Thread::sleep (500);
+    ASSERT_NO_FATAL_FAILURE (launch ({ file.getFullPathName() }));
+    ASSERT_TRUE (waitForSound());
     press (window, "Tab");
 
     // A loop of about 0.8 s set with "," and "." while playing, heard wrapping for four seconds,
     // then the loop off and skips forward and back.
     recorder.restart();
     press (window, "comma");
-    juce::Thread::sleep (650);
+    hear (650);
     press (window, "period");
-    const auto loopSetAt = recorder.take()[0].size();
-    juce::Thread::sleep (4000);
+    const auto loopSetAt = recorder.framesTaken();
+    hear (4000);
     press (window, "l");
     for (const auto* key : { "Right", "Right", "Left", "Right", "Left" })
     {
         press (window, key);
-        juce::Thread::sleep (150);
+        hear (150);
     }
-    juce::Thread::sleep (300);
+    hear (300);
     const auto heard = recorder.take()[0];
 
     ASSERT_GT (peak (heard), 0.4f);
@@ -361,8 +387,7 @@ TEST_F (EndToEnd, LoopsSetByKeysAndSkipsNeverPutSilenceInTheOutput)
     EXPECT_GT (late.correlation, 0.99);
     EXPECT_LT (std::abs (late.fileOffset - early.fileOffset), (int) rate);
 
-    press (window, "ctrl+q");
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    quitWithCtrlQ();
 }
 
 TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
@@ -370,10 +395,7 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
     MARLODE_SKIP_WITHOUT_REAL_TIME();
 
     const auto b = tone ("b.wav", 0.25f);
-    AppProcess app ({ track.getFullPathName() }, home);
-    const auto window = findMainWindow (20000);
-    ASSERT_TRUE (window.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
     const auto layout = windowLayout (window);
 
     // Deck 2, Auto-Play off, gets its own track from a second launch.
@@ -381,85 +403,60 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
     press (window, "a");
     AppProcess second ({ b.getFullPathName() }, home);
     EXPECT_EQ (second.waitForExit (10000), 0);
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (300), 1.0e-6f);
 
     click (window, layout.deckTab (1));
     press (window, "space");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (800), trackAudio).correlation, 0.99) << "deck 1 plays its track";
 
     // From the click on tab 2 on, silence: deck 1 has paused and deck 2 hasn't started.
     click (window, layout.deckTab (2));
-    juce::Thread::sleep (100);
+    EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (1000), 1.0e-6f);
 
     press (window, "space");
-    juce::Thread::sleep (300);
+    EXPECT_TRUE (waitForPeak (0.25f));
     EXPECT_NEAR (peakOver (500), 0.25f, 0.01f) << "deck 2 plays its own track";
 
     run ({ "python3", MARLODE_SOURCE_DIR "/scripts/screenshot.py",
            juce::File (MARLODE_BUILD_DIR).getChildFile ("marlode-two-decks.png").getFullPathName() });
-    press (window, "ctrl+q");
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    quitWithCtrlQ();
 }
 
 //==============================================================================
 
-namespace
-{
-    // The visible main window of one process, waiting up to timeoutMs; empty when none came.
-    juce::String windowOf (const AppProcess& app, int timeoutMs)
-    {
-        const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
-
-        while (juce::Time::getMillisecondCounter() < end)
-        {
-            const auto found = run ({ "xdotool", "search", "--all", "--onlyvisible", "--pid", juce::String (app.pid()), "--name", "^Marlode$" });
-            if (found.isNotEmpty())
-                return found.upToFirstOccurrenceOf ("\n", false, false).trim();
-            juce::Thread::sleep (100);
-        }
-
-        return {};
-    }
-
-    int visibleMainWindows()
-    {
-        auto lines = juce::StringArray::fromLines (run ({ "xdotool", "search", "--onlyvisible", "--name", "^Marlode$" }));
-        lines.removeEmptyStrings();
-        return lines.size();
-    }
-}
-
 TEST_F (EndToEnd, EachAccountHasItsOwnInstanceAndLaterLaunchesReachOnlyTheirOwn)
 {
-    // Two HOMEs stand for two accounts logged into one machine.
+    // Two HOMEs stand for two accounts logged into one machine; each instance has its own JACK
+    // client, and a second recorder listens to theirs.
     const auto otherHome = temp.file ("other-home");
-    AppProcess mine ({}, home);
-    const auto myWindow = windowOf (mine, 20000);
-    ASSERT_TRUE (myWindow.isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    ASSERT_NO_FATAL_FAILURE (launch ({}));
 
     AppProcess theirs ({}, otherHome);
-    const auto theirWindow = windowOf (theirs, 20000);
+    const auto theirWindow = findMainWindow (20000, &theirs);
     ASSERT_TRUE (theirWindow.isNotEmpty()) << "the other account's launch opened no window of its own";
-    EXPECT_TRUE (mine.isRunning());
+    EXPECT_TRUE (app->isRunning());
+    JackRecorder theirRecorder ("marlode-e2e-other-account");
+    ASSERT_TRUE (theirRecorder.connectTo ("Marlode-01", 10000));
 
-    // A later launch in the other account hands its file to that account's instance: this one stays silent.
+    // A later launch in the other account hands its file to that account's instance, which plays
+    // it: this one stays silent meanwhile.
     AppProcess again ({ track.getFullPathName() }, otherHome);
     EXPECT_EQ (again.waitForExit (10000), 0);
-    juce::Thread::sleep (500);
-    EXPECT_LT (peakOver (500), 1.0e-6f) << "the file went to the wrong account's instance";
-    EXPECT_EQ (visibleMainWindows(), 2);
+    recorder.restart();
+    EXPECT_TRUE (waitFor ([&] { return theirRecorder.recentPeak (frames (100)) > 0.01f; }, 10000)) << "their instance never played it";
+    hear (300);
+    EXPECT_LT (peak (recorder.take()[0]), 1.0e-6f) << "the file went to the wrong account's instance";
+    EXPECT_EQ (countWindows ("Marlode"), 2);
 
     press (theirWindow, "ctrl+q");
     EXPECT_EQ (theirs.waitForExit (10000), 0);
-    EXPECT_TRUE (mine.isRunning());
+    EXPECT_TRUE (app->isRunning());
     EXPECT_EQ (otherHome.getChildFile (".config/Marlode/CrashLog.log").getSize(), 0);
 
-    press (myWindow, "ctrl+q");
-    EXPECT_EQ (mine.waitForExit (10000), 0);
+    quitWithCtrlQ();
 }
 
 TEST_F (EndToEnd, ALockOnTheFrameworksMachineWideFileDoesNotStopALaunch)
@@ -488,19 +485,18 @@ TEST_F (EndToEnd, ALockOnTheFrameworksMachineWideFileDoesNotStopALaunch)
     if (! juce::File ("/usr/bin/unshare").existsAsFile())
         GTEST_SKIP() << "needs unshare(1)";
 
-    AppProcess app ("/usr/bin/unshare", { "--mount", "--propagation", "private", "sh", "-c", script, "sh", MARLODE_BINARY, track.getFullPathName() }, home);
-    const auto window = windowOf (app, 20000);
+    app = std::make_unique<AppProcess> ("/usr/bin/unshare", juce::StringArray { "--mount", "--propagation", "private", "sh", "-c", script, "sh", MARLODE_BINARY, track.getFullPathName() }, home);
+    waitFor ([&] { return (window = findMainWindow (0, app.get())).isNotEmpty() || ! app->isRunning(); }, 20000);
 
-    if (window.isEmpty() && app.waitForExit (0) == 97)
+    if (window.isEmpty() && app->waitForExit (0) == 97)
         GTEST_SKIP() << "no private mount namespace here (needs CAP_SYS_ADMIN)";
 
     ASSERT_TRUE (window.isNotEmpty()) << "the launch gave up while another process held the framework's lock";
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    juce::Thread::sleep (500);
+    EXPECT_TRUE (waitForSound());
     EXPECT_GT (align (record (1000), trackAudio).correlation, 0.99);
 
-    press (window, "ctrl+q");
-    EXPECT_EQ (app.waitForExit (10000), 0);
+    quitWithCtrlQ();
 }
 
 TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
@@ -513,54 +509,54 @@ TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
                                     "$(echo x) `y` ;|&.wav", "plain.wav" };
     std::vector<float> amplitudes;
     std::vector<std::unique_ptr<AppProcess>> launches;
-    juce::Array<juce::File> files;
 
     for (int i = 0; i < names.size(); ++i)
     {
         amplitudes.push_back (0.1f + 0.05f * (float) i);
-        files.add (tone (names[i], amplitudes.back()));
+        launches.push_back (std::make_unique<AppProcess> (juce::StringArray { tone (names[i], amplitudes.back()).getFullPathName() }, home));
     }
 
-    for (const auto& file : files)
-        launches.push_back (std::make_unique<AppProcess> (juce::StringArray { file.getFullPathName() }, home));
-
-    // Seven hand over and leave; one stays.
-    AppProcess* survivor = nullptr;
-    int handedOver = 0;
-    const auto deadline = juce::Time::getMillisecondCounter() + 30000;
-
-    while (handedOver < 7 && juce::Time::getMillisecondCounter() < deadline)
+    // Seven hand over and leave; one stays. A launch may retry a slow instance for a while, so
+    // this waits as long as several of its answer time-outs.
+    const auto running = [&]
     {
-        handedOver = 0;
+        std::vector<AppProcess*> r;
         for (auto& launch : launches)
-            if (! launch->isRunning())
-                handedOver += launch->waitForExit (0) == 0 ? 1 : 0;
-        juce::Thread::sleep (50);
-    }
+            if (launch->isRunning())
+                r.push_back (launch.get());
+        return r;
+    };
+    waitFor ([&] { return running().size() <= 1; }, 3 * Marlode::InstanceChannel::answerTimeoutMs);
 
-    ASSERT_EQ (handedOver, 7);
+    const auto survivors = running();
+    ASSERT_EQ (survivors.size(), 1u) << "a launch started an instance of its own instead of handing over";
     for (auto& launch : launches)
-        if (launch->isRunning())
-            survivor = launch.get();
-    ASSERT_NE (survivor, nullptr);
+        if (launch.get() != survivors[0])
+            EXPECT_EQ (launch->waitForExit (0), 0);
 
-    const auto window = windowOf (*survivor, 20000);
+    const auto window = findMainWindow (20000, survivors[0]);
     ASSERT_TRUE (window.isNotEmpty());
-    juce::Thread::sleep (1000);
-    EXPECT_EQ (visibleMainWindows(), 1);
+    EXPECT_EQ (countWindows ("Marlode"), 1);
     ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
+    EXPECT_TRUE (waitForSound());
 
-    // Each handed-over file loads as it arrives. Back to the first row (within two seconds of a
-    // load z goes up a row), then x walks down; every file sounds once.
+    // Each handed-over file loads as it arrives, after the survivor's own. Back to that first row
+    // (within two seconds of a load z goes up a row), then x walks down; every file sounds once.
     for (int i = 0; i < 8; ++i)
         press (window, "z");
+
+    const auto own = std::find_if (launches.begin(), launches.end(), [&] (auto& l) { return l.get() == survivors[0]; });
+    EXPECT_TRUE (waitForPeak (amplitudes[(size_t) (own - launches.begin())])) << "not back at the survivor's own file";
 
     std::vector<float> heard;
     for (int row = 0; row < 8; ++row)
     {
         if (row > 0)
+        {
+            const auto before = recorder.recentPeak (frames (100));
             press (window, "x");
-        juce::Thread::sleep (300);
+            waitForRecentPeak ([&] (float p) { return std::abs (p - before) > 0.02f; });
+        }
         heard.push_back (peakOver (400));
     }
 
@@ -569,7 +565,7 @@ TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
         EXPECT_NEAR (heard[i], amplitudes[i], 0.01f) << "row " << i;
 
     press (window, "ctrl+q");
-    EXPECT_EQ (survivor->waitForExit (10000), 0);
+    EXPECT_EQ (survivors[0]->waitForExit (10000), 0);
     EXPECT_EQ (crashLog().getSize(), 0);
 }
 
@@ -578,16 +574,14 @@ TEST_F (EndToEnd, ACrashWhilePlayingIsLoggedAndEndsTheProcessByItsSignal)
     crashLog().getParentDirectory().createDirectory();
     crashLog().replaceWithText ("an earlier crash\r\n");
 
-    AppProcess app ({ track.getFullPathName() }, home);
-    ASSERT_TRUE (windowOf (app, 20000).isNotEmpty());
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 10000));
-    juce::Thread::sleep (500);
+    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
+    ASSERT_TRUE (waitForSound());
     ASSERT_GT (peakOver (300), 0.1f);
 
-    ::kill (app.pid(), SIGSEGV);
-    EXPECT_EQ (app.waitForExit (2000), -1);
-    EXPECT_FALSE (app.isRunning()) << "not ended within 2 s";
-    EXPECT_EQ (app.endingSignal(), SIGSEGV);
+    ::kill (app->pid(), SIGSEGV);
+    EXPECT_EQ (app->waitForExit (2000), -1);
+    EXPECT_FALSE (app->isRunning()) << "not ended within 2 s";
+    EXPECT_EQ (app->endingSignal(), SIGSEGV);
 
     const auto log = crashLog().loadFileAsString();
     EXPECT_TRUE (log.startsWith ("an earlier crash\r\n\r\n" + juce::String::repeatedString ("*", 58)

@@ -1,6 +1,8 @@
 #include "e2e/AppProcess.h"
 #include "support/HostileFiles.h"
+#include "support/JackRecorder.h"
 #include "support/TestAudio.h"
+#include "support/WaitFor.h"
 
 #include <gtest/gtest.h>
 
@@ -25,49 +27,43 @@ namespace
 
         struct Outcome
         {
-            bool windowShown = false, alertShown = false, stillRunning = false;
+            bool windowShown = false, seen = false, stillRunning = false, readErrorShown = false;
             juce::String log;
         };
 
-        static bool waitForWindow (const juce::String& title, int timeoutMs)
-        {
-            const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
-
-            while (juce::Time::getMillisecondCounter() < end)
-            {
-                const auto pattern = "^" + title.replace ("(", "\\(").replace (")", "\\)") + "$";
-                if (run ({ "xdotool", "search", "--onlyvisible", "--name", pattern }).isNotEmpty())
-                    return true;
-                juce::Thread::sleep (100);
-            }
-
-            return false;
-        }
-
         /** Starts the real binary with `argument` on its command line under the address space
-            limit, waits for `alertTitle` (if any), gives the deck time to load, and looks. */
-        Outcome open (const juce::File& argument, const juce::String& alertTitle)
+            limit, waits until `seen` holds for it, and looks. */
+        Outcome open (const juce::File& argument, const std::function<bool (const AppProcess&)>& seen)
         {
             Outcome o;
             AppProcess app ({ argument.getFullPathName() }, home, { addressSpaceKB, errors });
-            o.windowShown = findMainWindow (20000).isNotEmpty();
-            o.alertShown = alertTitle.isNotEmpty() && waitForWindow (alertTitle, 10000);
-            juce::Thread::sleep (1500);
+            o.windowShown = findMainWindow (20000, &app).isNotEmpty();
+            o.seen = waitFor ([&] { return seen (app) || ! app.isRunning(); }, 20000) && app.isRunning();
             o.stillRunning = app.isRunning();
+            o.readErrorShown = findWindow ("Error reading files", 0, &app).isNotEmpty();
             o.log = errors.loadFileAsString();
             return o;
+        }
+
+        bool logSays (const juce::String& text) const { return errors.loadFileAsString().contains (text); }
+
+        static std::function<bool (const AppProcess&)> alert (const juce::String& title)
+        {
+            return [title] (const AppProcess& app) { return findWindow (title, 0, &app).isNotEmpty(); };
         }
     };
 }
 
 TEST_F (HostileEndToEnd, AGenuineTrackLoadsUnderTheAddressSpaceLimit)
 {
+    // It loads when, with Auto-Play, JACK hears it.
+    JackRecorder recorder;
     const auto track = writeWav (temp.file ("tone.wav"), 44100.0, 2, 44100 * 30, [] (int, int i) { return 0.2f * (float) std::sin (i * 0.05); }, 16);
-    const auto o = open (track, {});
+    const auto o = open (track, [&] (const AppProcess&) { return recorder.connectTo ("Marlode", 0) && recorder.recentPeak (4410) > 0.1f; });
     EXPECT_TRUE (o.windowShown);
-    EXPECT_TRUE (o.stillRunning) << o.log;
+    EXPECT_TRUE (o.seen) << "it never played\n" << o.log;
     EXPECT_FALSE (o.log.contains ("Refused")) << o.log;
-    EXPECT_FALSE (waitForWindow ("Error reading files", 0));
+    EXPECT_FALSE (o.readErrorShown);
 }
 
 TEST_F (HostileEndToEnd, HostileAudioOnTheCommandLineIsRefusedWithItsMessage)
@@ -81,11 +77,12 @@ TEST_F (HostileEndToEnd, HostileAudioOnTheCommandLineIsRefusedWithItsMessage)
         const auto file = temp.file (name);
         ASSERT_TRUE (std::any_of (all.begin(), all.end(), [&] (const HostileFile& h) { return h.file == file && h.mustRefuse; }));
 
-        const auto o = open (file, "Error reading files");
+        const auto refusal = "Refused audio file " + file.getFullPathName() + ": ";
+        const auto o = open (file, [&] (const AppProcess& app) { return logSays (refusal) && alert ("Error reading files") (app); });
         EXPECT_TRUE (o.windowShown) << name;
-        EXPECT_TRUE (o.alertShown) << name;
+        EXPECT_TRUE (o.readErrorShown) << name;
         EXPECT_TRUE (o.stillRunning) << name << "\n" << o.log;
-        EXPECT_TRUE (o.log.contains ("Refused audio file " + file.getFullPathName() + ": ")) << name << "\n" << o.log;
+        EXPECT_TRUE (o.log.contains (refusal)) << name << "\n" << o.log;
     }
 }
 
@@ -108,17 +105,18 @@ TEST_F (HostileEndToEnd, HostilePlaylistsOnTheCommandLineNeitherHangNorCrash)
     for (auto* name : { "million attributes.xml", "deep.xml", "hang.xml", "overread.xml" })
     {
         const auto file = temp.file (name);
-        const auto o = open (file, {});
+        const auto notice = "Not a playlist, nothing added: " + file.getFullPathName();
+        const auto o = open (file, [&] (const AppProcess&) { return logSays (notice); });
         EXPECT_TRUE (o.windowShown) << name;
         EXPECT_TRUE (o.stillRunning) << name << "\n" << o.log;
-        EXPECT_TRUE (o.log.contains ("Not a playlist, nothing added: " + file.getFullPathName())) << name << "\n" << o.log;
+        EXPECT_TRUE (o.log.contains (notice)) << name << "\n" << o.log;
     }
 
     // The loop that held the framework's parser, in a playlist that is otherwise fine: reading
     // it to the end reaches the missing track and its alert.
     const auto pi = temp.file ("instruction then text.xml");
     pi.replaceWithText ("<PLAYLIST_DATA><?x?>text<TRACK ID=\"0\" Path=\"/nowhere/gone.wav\"/></PLAYLIST_DATA>");
-    const auto o = open (pi, "File(s) not found");
-    EXPECT_TRUE (o.alertShown);
+    const auto o = open (pi, alert ("File(s) not found"));
+    EXPECT_TRUE (o.seen);
     EXPECT_TRUE (o.stillRunning) << o.log;
 }

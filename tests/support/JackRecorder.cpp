@@ -1,8 +1,8 @@
 #include "support/JackRecorder.h"
+#include "support/WaitFor.h"
 
 #include <algorithm>
-#include <chrono>
-#include <thread>
+#include <cmath>
 
 namespace MarlodeTest
 {
@@ -43,18 +43,12 @@ bool JackRecorder::connectTo (const std::string& clientName, int timeoutMs)
     if (client == nullptr)
         return false;
 
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds (timeoutMs);
-
     for (int ch = 0; ch < 2; ++ch)
     {
         const auto source = clientName + ":out_" + std::to_string (ch + 1);
 
-        while (jack_port_by_name (client, source.c_str()) == nullptr)
-        {
-            if (std::chrono::steady_clock::now() > deadline)
-                return false;
-            std::this_thread::sleep_for (std::chrono::milliseconds (20));
-        }
+        if (! waitFor ([&] { return jack_port_by_name (client, source.c_str()) != nullptr; }, timeoutMs))
+            return false;
 
         const int result = jack_connect (client, source.c_str(), jack_port_name (inputs[ch]));
         if (result != 0 && result != EEXIST)
@@ -66,21 +60,37 @@ bool JackRecorder::connectTo (const std::string& clientName, int timeoutMs)
 
 void JackRecorder::restart() noexcept
 {
-    written.store (0);
+    takeStart = written.load (std::memory_order_acquire);
+}
+
+size_t JackRecorder::framesTaken() const noexcept
+{
+    return written.load (std::memory_order_acquire) - takeStart;
 }
 
 std::vector<std::vector<float>> JackRecorder::take() const
 {
-    const auto n = std::min (written.load(), data[0].size());
-    return { std::vector<float> (data[0].begin(), data[0].begin() + (long) n),
-             std::vector<float> (data[1].begin(), data[1].begin() + (long) n) };
+    const auto end = (long) written.load (std::memory_order_acquire);
+    return { std::vector<float> (data[0].begin() + (long) takeStart, data[0].begin() + end),
+             std::vector<float> (data[1].begin() + (long) takeStart, data[1].begin() + end) };
+}
+
+float JackRecorder::recentPeak (size_t frames) const noexcept
+{
+    const auto end = data[0].begin() + (long) written.load (std::memory_order_acquire);
+    float peak = 0.0f;
+
+    for (auto s = end - (long) std::min (frames, framesTaken()); s != end; ++s)
+        peak = std::max (peak, std::abs (*s));
+
+    return peak;
 }
 
 int JackRecorder::process (jack_nframes_t frames, void* arg)
 {
     auto& self = *static_cast<JackRecorder*> (arg);
     const auto start = self.written.load (std::memory_order_relaxed);
-    const auto room = self.data[0].size() - std::min (start, self.data[0].size());
+    const auto room = self.data[0].size() - start;
     const auto n = std::min ((size_t) frames, room);
 
     for (int ch = 0; ch < 2; ++ch)

@@ -1,4 +1,5 @@
 #include "support/TestAudio.h"
+#include "support/WaitFor.h"
 
 #include <cmath>
 
@@ -92,17 +93,7 @@ void pumpMessages (int milliseconds)
 
 bool pumpUntil (const std::function<bool()>& condition, int timeoutMs)
 {
-    const auto end = juce::Time::getMillisecondCounter() + (juce::uint32) timeoutMs;
-
-    while (! condition())
-    {
-        if (juce::Time::getMillisecondCounter() > end)
-            return false;
-
-        pumpMessages (5);
-    }
-
-    return true;
+    return waitFor (condition, timeoutMs, [] { pumpMessages (5); });
 }
 
 } // namespace MarlodeTest

@@ -21,8 +21,6 @@ TEST (Popups, OneAtATimeThroughTheSlotAndEscapeWithoutModifiersCloses)
     settings.show();
     EXPECT_EQ (slot, &settings);
     EXPECT_TRUE (settings.isVisible());
-    EXPECT_EQ (settings.getBoxBounds(), juce::Rectangle<int> (150, 200, 550, 320));
-    EXPECT_EQ (settings.closeButton.getBounds(), juce::Rectangle<int> (674, 201, 25, 25));
 
     about.show();
     EXPECT_EQ (slot, &about);
@@ -74,7 +72,6 @@ TEST (ToolWindows, CloseLeavesTheListAndTheWindowCanOpenAgain)
     EXPECT_TRUE (window.isPlaced());
     EXPECT_EQ (window.getScreenBounds().getCentreX(), panel.getScreenBounds().getCentreX());
     EXPECT_EQ (window.getScreenY(), panel.getScreenY());
-    EXPECT_EQ (window.getContentBounds(), juce::Rectangle<int> (3, 25, 294, 172));
 
     EXPECT_FALSE (window.keyPressed (juce::KeyPress (juce::KeyPress::escapeKey, juce::ModifierKeys::commandModifier, 0)));
     EXPECT_TRUE (window.keyPressed (juce::KeyPress (juce::KeyPress::escapeKey)));

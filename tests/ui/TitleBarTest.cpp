@@ -24,32 +24,6 @@ namespace
 
         TitleBarComponent bar { "Marlode" };
     };
-
-    juce::String describe (const juce::PopupMenu& menu)
-    {
-        juce::StringArray items;
-        for (juce::PopupMenu::MenuItemIterator it (menu, true); it.next();)
-        {
-            const auto& item = it.getItem();
-            items.add (item.subMenu != nullptr ? "[" + item.text + "]" : item.text + "=" + juce::String (item.itemID));
-        }
-        return items.joinIntoString (", ");
-    }
-}
-
-TEST (TitleBar, LayoutAndMenu)
-{
-    TitleBarComponent bar ("Marlode");
-    bar.setSize (850, 25);
-    EXPECT_EQ (bar.closeButton.getBounds(), juce::Rectangle<int> (800, 0, 50, 25));
-    EXPECT_EQ (bar.maximiseButton.getBounds(), juce::Rectangle<int> (750, 0, 50, 25));
-    EXPECT_EQ (bar.minimiseButton.getBounds(), juce::Rectangle<int> (700, 0, 50, 25));
-    EXPECT_EQ (bar.menuButton.getBounds(), juce::Rectangle<int> (0, 0, 50, 25));
-
-    EXPECT_EQ (describe (TitleBarComponent::createMainMenu()),
-               "[Open], Open Track(s)=1, Open Folder=2, Open Playlist=3, [Decks], Add New Deck=13, Delete Current Deck=14, "
-               "Delete All Decks=15, [Help], Quick Start=8, Shortcut keys=9, Save Playlist=4, Export Audio=5, Settings=7, "
-               "Reset Display=6, Check for Updates=17, About=10, Exit=12");
 }
 
 TEST (TitleBar, MaximiseRestoresAndEscapeDismissesTheMenu)

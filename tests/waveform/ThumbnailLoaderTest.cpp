@@ -1,3 +1,4 @@
+#include "support/HostileFiles.h"
 #include "support/TestAudio.h"
 #include "waveform/ColumnExtents.h"
 #include "waveform/ThumbnailLoader.h"
@@ -42,34 +43,6 @@ namespace
         silence.clear();
         for (int written = 0; written < 44100 * 60 * 60; written += silence.getNumSamples())
             writer->writeFromAudioSampleBuffer (silence, 0, silence.getNumSamples());
-        return file;
-    }
-
-    // A few bytes of RF64 whose header claims `frames` stereo 16-bit frames: what reads past
-    // the few real bytes comes back as silence.
-    juce::File lyingRf64 (const juce::File& file, juce::int64 frames)
-    {
-        juce::MemoryOutputStream out;
-        out.write ("RF64", 4);
-        out.writeInt (-1);
-        out.write ("WAVEds64", 8);
-        out.writeInt (28);
-        out.writeInt64 (frames * 4 + 4096);
-        out.writeInt64 (frames * 4);
-        out.writeInt64 (frames);
-        out.writeInt (0);
-        out.write ("fmt ", 4);
-        out.writeInt (16);
-        out.writeShort (1);
-        out.writeShort (2);
-        out.writeInt (44100);
-        out.writeInt (44100 * 4);
-        out.writeShort (4);
-        out.writeShort (16);
-        out.write ("data", 4);
-        out.writeInt (-1);
-        out.writeRepeatedByte (0x40, 4096);
-        file.replaceWithData (out.getData(), out.getDataSize());
         return file;
     }
 
@@ -165,12 +138,12 @@ TEST_F (ThumbnailLoaderTest, RefusesWhatItCannotRead)
     EXPECT_FALSE (loader.load (text));
     EXPECT_FALSE (loader.load (temp.file ("missing.wav")));
 
-    // An RF64 header that claims 2^42 frames for a file of a few bytes: no thumbnail is shaped
-    // for it, and no read runs through terabytes of silence.
-    const auto liar = lyingRf64 (temp.file ("liar.wav"), (juce::int64) 1 << 42);
+    // An RF64 header that claims 256 GB for a file of a few bytes: no thumbnail is shaped for
+    // it, and no read runs through all that silence.
+    const auto liar = writeAbsurdRf64 (temp.file ("liar.wav"));
     std::unique_ptr<juce::AudioFormatReader> parsed (formats.createReaderFor (liar));
     ASSERT_NE (parsed, nullptr) << "the framework takes the header at its word";
-    ASSERT_EQ (parsed->lengthInSamples, (juce::int64) 1 << 42);
+    ASSERT_EQ (parsed->lengthInSamples, ((juce::int64) 256 << 30) / 4);
 
     EXPECT_FALSE (loader.load (liar));
     EXPECT_EQ (thumbnail.getTotalLength(), 0.0);
