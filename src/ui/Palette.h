@@ -16,16 +16,16 @@ inline const juce::Colour midGreyColour { 0xff808080 };    // outlines, muted te
 inline const juce::Colour sliderBackColour { 0xff0f0f0f }; // slider background, and every sunken well
 inline const juce::Colour thumbColour { 0xff969696 };
 inline const juce::Colour frameDarkColour { 0xff0f110f };
-inline const juce::Colour dimColour { 0x80323232 };        // overlay behind a popup
+inline const juce::Colour dimColour { 0x80323232 }; // overlay behind a popup
 inline const juce::Colour closeHoverColour { 0xff8b0000 };
-inline const juce::Colour panelMidColour { 0xff4b4b4b };   // raised panels, selected rows
-inline const juce::Colour onColour { 0xff008000 };         // anything on or active, the play head, the ruler
-inline const juce::Colour offColour { 0xffff0000 };        // anything off, a clipped meter
+inline const juce::Colour panelMidColour { 0xff4b4b4b }; // raised panels, selected rows
+inline const juce::Colour onColour { 0xff008000 };       // anything on or active, the play head, the ruler
+inline const juce::Colour offColour { 0xffff0000 };      // anything off, a clipped meter
 
 //==============================================================================
 // Menus and table headers.
 inline const juce::Colour menuBackColour { 0xffd3d3d3 };
-inline const juce::Colour blackColour { 0xff000000 };     // menu text, unlit level lights
+inline const juce::Colour blackColour { 0xff000000 }; // menu text, unlit level lights
 inline const juce::Colour sortArrowColour { 0x99000000 };
 
 // Playlist rows.
