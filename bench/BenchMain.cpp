@@ -6,61 +6,61 @@
 
 namespace
 {
-    // The runs compared, each with the baseline it is divided by, and the value compared.
-    struct Comparison
+// The runs compared, each with the baseline it is divided by, and the value compared.
+struct Comparison
+{
+    const char* run;
+    const char* baseline;
+    const char* what;
+};
+
+const Comparison comparisons[] = {
+    { "DeckAndMasterPath", "BaselineJuceTransport", "realtime_factor" },
+    // At least 0.5: the block that follows a wrap or a seek costs no more than two ordinary ones.
+    { "BlockAfterAWrap", "DeckAndMasterPath", "realtime_factor" },
+    { "BlockAfterASeek", "DeckAndMasterPath", "realtime_factor" },
+    { "Loudness", "Libebur128Loudness", "items_per_second" },
+    { "TruePeak", "Libebur128TruePeak", "items_per_second" },
+    { "ThumbnailOfAnHour", "ReadAnHour", "seconds" },
+    { "AddFiles2000", "OpenReaders2000", "seconds" },
+    { "OpenPlaylist2000", "OpenReaders2000", "seconds" },
+};
+
+class RatioReporter : public benchmark::ConsoleReporter
+{
+public:
+    void ReportRuns (const std::vector<Run>& runs) override
     {
-        const char* run;
-        const char* baseline;
-        const char* what;
-    };
+        ConsoleReporter::ReportRuns (runs);
 
-    const Comparison comparisons[] = {
-        { "DeckAndMasterPath", "BaselineJuceTransport", "realtime_factor" },
-        // At least 0.5: the block that follows a wrap or a seek costs no more than two ordinary ones.
-        { "BlockAfterAWrap", "DeckAndMasterPath", "realtime_factor" },
-        { "BlockAfterASeek", "DeckAndMasterPath", "realtime_factor" },
-        { "Loudness", "Libebur128Loudness", "items_per_second" },
-        { "TruePeak", "Libebur128TruePeak", "items_per_second" },
-        { "ThumbnailOfAnHour", "ReadAnHour", "seconds" },
-        { "AddFiles2000", "OpenReaders2000", "seconds" },
-        { "OpenPlaylist2000", "OpenReaders2000", "seconds" },
-    };
+        for (const auto& run : runs)
+        {
+            // Repeated runs report their median; single runs themselves.
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median")
+                continue;
 
-    class RatioReporter : public benchmark::ConsoleReporter
+            const auto name = run.run_name.function_name;
+            for (const auto& [counter, value] : run.counters)
+                values[name][counter] = value.value;
+        }
+    }
+
+    void Finalize() override
     {
-    public:
-        void ReportRuns (const std::vector<Run>& runs) override
+        ConsoleReporter::Finalize();
+        std::printf ("\n%-22s %-24s %-18s %16s %16s %8s\n", "run", "baseline", "measure", "run", "baseline", "ratio");
+
+        for (const auto& c : comparisons)
         {
-            ConsoleReporter::ReportRuns (runs);
-
-            for (const auto& run : runs)
-            {
-                // Repeated runs report their median; single runs themselves.
-                if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median")
-                    continue;
-
-                const auto name = run.run_name.function_name;
-                for (const auto& [counter, value] : run.counters)
-                    values[name][counter] = value.value;
-            }
+            const auto run = values[c.run][c.what], base = values[c.baseline][c.what];
+            std::printf ("%-22s %-24s %-18s %16.4g %16.4g %7.2fx\n", c.run, c.baseline, c.what, run, base,
+                         base > 0.0 ? run / base : 0.0);
         }
+    }
 
-        void Finalize() override
-        {
-            ConsoleReporter::Finalize();
-            std::printf ("\n%-22s %-24s %-18s %16s %16s %8s\n", "run", "baseline", "measure", "run", "baseline", "ratio");
-
-            for (const auto& c : comparisons)
-            {
-                const auto run = values[c.run][c.what], base = values[c.baseline][c.what];
-                std::printf ("%-22s %-24s %-18s %16.4g %16.4g %7.2fx\n", c.run, c.baseline, c.what, run, base,
-                             base > 0.0 ? run / base : 0.0);
-            }
-        }
-
-    private:
-        std::map<std::string, std::map<std::string, double>> values;
-    };
+private:
+    std::map<std::string, std::map<std::string, double>> values;
+};
 }
 
 int main (int argc, char** argv)

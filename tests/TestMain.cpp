@@ -14,8 +14,8 @@ int main (int argc, char** argv)
     // JUCE opens the X libraries with dlopen and closes them at shutdown. Kept mapped, they can
     // still be named when LeakSanitizer reports at exit, so that Xlib's own caches can be told
     // apart from ours (tests/sanitizers/lsan.supp).
-    for (const auto* library : { "libX11.so.6", "libXext.so.6", "libXcursor.so.1", "libXinerama.so.1",
-                                 "libXrender.so.1", "libXrandr.so.2" })
+    for (const auto* library :
+         { "libX11.so.6", "libXext.so.6", "libXcursor.so.1", "libXinerama.so.1", "libXrender.so.1", "libXrandr.so.2" })
         dlopen (library, RTLD_NOW | RTLD_NODELETE);
 
     ::testing::InitGoogleTest (&argc, argv);

@@ -86,8 +86,7 @@ void AudioPlayerAppApplication::systemRequestedQuit()
 }
 
 //==============================================================================
-AudioPlayerAppApplication::MainWindow::MainWindow (const juce::String& name)
-    : juce::DocumentWindow (name, backgroundColour, 0)
+AudioPlayerAppApplication::MainWindow::MainWindow (const juce::String& name) : juce::DocumentWindow (name, backgroundColour, 0)
 {
     juce::LookAndFeel::setDefaultLookAndFeel (&lookAndFeel);
     setLookAndFeel (&lookAndFeel);
@@ -161,8 +160,7 @@ int runMarlode (int argc, const char* argv[])
 
     switch (channel->claim (InstanceChannel::absolutePaths (arguments, juce::File::getCurrentWorkingDirectory())))
     {
-        case InstanceChannel::Role::handedOver:
-            break;
+        case InstanceChannel::Role::handedOver: break;
 
         case InstanceChannel::Role::refused:
             std::cerr << "Marlode: the running instance refused the files of this launch" << std::endl;
@@ -170,9 +168,7 @@ int runMarlode (int argc, const char* argv[])
             break;
 
         case InstanceChannel::Role::first:
-        case InstanceChannel::Role::unavailable:
-            result = juce::JUCEApplicationBase::main (argc, argv);
-            break;
+        case InstanceChannel::Role::unavailable: result = juce::JUCEApplicationBase::main (argc, argv); break;
     }
 
     channel.reset();

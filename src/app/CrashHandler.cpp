@@ -131,7 +131,7 @@ namespace
     void writeLog (int fd) noexcept
     {
         char timeText[CrashHandler::maxTimeTextBytes];
-        const auto now = (std::int64_t) ::time (nullptr) + localOffsetSeconds.load (std::memory_order_relaxed);
+        const auto now = (std::int64_t)::time (nullptr) + localOffsetSeconds.load (std::memory_order_relaxed);
         const auto timeLength = CrashHandler::formatTime (now, timeText);
 
         writeText (fd, "\r\n**********************************************************\r\n"
@@ -160,7 +160,9 @@ namespace
         if (fd >= 0)
             writeLog (fd);
 
-        struct sigaction defaultAction {};
+        struct sigaction defaultAction
+        {
+        };
         defaultAction.sa_handler = SIG_DFL;
         sigemptyset (&defaultAction.sa_mask);
         ::sigaction (signalNumber, &defaultAction, nullptr);
@@ -204,7 +206,9 @@ void CrashHandler::install()
     stack.ss_size = sizeof (alternateStack);
     ::sigaltstack (&stack, nullptr);
 
-    struct sigaction action {};
+    struct sigaction action
+    {
+    };
     action.sa_sigaction = handle;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     sigemptyset (&action.sa_mask);

@@ -136,9 +136,7 @@ namespace
 } // namespace
 
 InstanceChannel::InstanceChannel (juce::File file)
-    : juce::Thread ("Instance Channel"),
-      socketFile (std::move (file)),
-      lockFile (socketFile.getSiblingFile ("instance.lock"))
+    : juce::Thread ("Instance Channel"), socketFile (std::move (file)), lockFile (socketFile.getSiblingFile ("instance.lock"))
 {
 }
 
@@ -303,11 +301,12 @@ void InstanceChannel::setReceiver (std::function<void (const juce::StringArray& 
 void InstanceChannel::post (std::weak_ptr<Receiver> target, const juce::StringArray& paths)
 {
     // A list still queued when the channel shuts down finds its receiver gone.
-    juce::MessageManager::callAsync ([target, paths]
-                                     {
-                                         if (auto r = target.lock())
-                                             (*r) (paths);
-                                     });
+    juce::MessageManager::callAsync (
+        [target, paths]
+        {
+            if (auto r = target.lock())
+                (*r) (paths);
+        });
 }
 
 void InstanceChannel::shutdown()

@@ -36,10 +36,10 @@ class InstanceChannel : private juce::Thread
 public:
     enum class Role
     {
-        first,       // this process owns the socket and should start
-        handedOver,  // the running instance took the paths; this one should exit
-        refused,     // the running instance refused the paths; this one should exit
-        unavailable  // no channel could be made (path too long, no directory); start anyway
+        first,      // this process owns the socket and should start
+        handedOver, // the running instance took the paths; this one should exit
+        refused,    // the running instance refused the paths; this one should exit
+        unavailable // no channel could be made (path too long, no directory); start anyway
     };
 
     /** `socketFile` lies in the data directory, which also gets the lock file. */

@@ -89,13 +89,13 @@ void MainAudioAppComponent::prepareToPlay (int samplesPerBlockExpected, double d
     const auto setup = deviceManager.getAudioDeviceSetup();
 
     if (setup.outputDeviceName.contains ("Headset"))
-        juce::MessageManager::callAsync ([]
-                                         {
-                                             Alerts::warning ("Warning!",
-                                                              juce::String ("Bluetooth Headset output device chosen.") + "\r\n"
-                                                                  + "Audio quality is significantly reduced with this output option. "
-                                                                  + "Try choosing 'Headphones' instead if you notice audio quality is poor.");
-                                         });
+        juce::MessageManager::callAsync (
+            []
+            {
+                Alerts::warning ("Warning!", juce::String ("Bluetooth Headset output device chosen.") + "\r\n"
+                                                 + "Audio quality is significantly reduced with this output option. "
+                                                 + "Try choosing 'Headphones' instead if you notice audio quality is poor.");
+            });
 }
 
 void MainAudioAppComponent::releaseResources()
@@ -431,8 +431,7 @@ bool MainAudioAppComponent::perform (const InvocationInfo& info)
                 window->setFullScreen (! window->isFullScreen());
             break;
         case settings:
-        case showDebug:
-            break; // their windows come with the settings and debug panels
+        case showDebug: break; // their windows come with the settings and debug panels
         default: return false;
     }
 
@@ -478,11 +477,26 @@ void MainAudioAppComponent::menuItemChosen (int id)
 
     switch (id)
     {
-        case 1: if (deck != nullptr) deck->openTrack (false); break;
-        case 2: if (deck != nullptr) deck->openFolder(); break;
-        case 3: if (deck != nullptr) deck->openPlaylist(); break;
-        case 4: if (deck != nullptr) deck->saveButtonClicked(); break;
-        case 5: if (deck != nullptr) deck->exportAudioButtonClicked(); break;
+        case 1:
+            if (deck != nullptr)
+                deck->openTrack (false);
+            break;
+        case 2:
+            if (deck != nullptr)
+                deck->openFolder();
+            break;
+        case 3:
+            if (deck != nullptr)
+                deck->openPlaylist();
+            break;
+        case 4:
+            if (deck != nullptr)
+                deck->saveButtonClicked();
+            break;
+        case 5:
+            if (deck != nullptr)
+                deck->exportAudioButtonClicked();
+            break;
         case 6:
             juce::Desktop::getInstance().setGlobalScaleFactor (1.0f);
             if (auto* window = getTopLevelComponent(); window != nullptr && window != this)

@@ -13,20 +13,19 @@ namespace
     constexpr int minimumPanelHeight = 300;
 
     // Files whose name no registered format claims.
-    const Alerts::FileListQuestion invalidFiles { "Invalid Files",
-                                                  " you selected could not be loaded.\nThe file{ extension is| extensions are} not a valid format.",
-                                                  "\n\n",
-                                                  "Invalid Files",
-                                                  "The following file's{ extension is| extensions are} not a valid format.\n\nParent Directory:\n\n",
-                                                  false };
+    const Alerts::FileListQuestion invalidFiles {
+        "Invalid Files",
+        " you selected could not be loaded.\nThe file{ extension is| extensions are} not a valid format.",
+        "\n\n",
+        "Invalid Files",
+        "The following file's{ extension is| extensions are} not a valid format.\n\nParent Directory:\n\n",
+        false
+    };
 }
 
 MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupDisplayComponent*& activePopupSlot)
-    : trackDeck (*formatManager, engine, playlist),
-      playlist (*formatManager),
-      waveform (*formatManager, engine, waveformBackground),
-      keyMappings (keyMappingsToUse),
-      activePopup (activePopupSlot)
+    : trackDeck (*formatManager, engine, playlist), playlist (*formatManager),
+      waveform (*formatManager, engine, waveformBackground), keyMappings (keyMappingsToUse), activePopup (activePopupSlot)
 {
     setWantsKeyboardFocus (true);
 
@@ -69,14 +68,16 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
 
     resizeBar.onDrag = [this] (int offset) { setResizeDrag (offset); };
 
-    playlist.fileFilter = [this] (const juce::StringArray& paths) { return vetFiles (PlaylistComponent::filesFromPaths (paths)); };
+    playlist.fileFilter = [this] (const juce::StringArray& paths)
+    { return vetFiles (PlaylistComponent::filesFromPaths (paths)); };
 
     playlist.addListener (this);
     waveform.addListener (this);
     trackDeck.addListener (this);
 
-    for (TimerRelayListener* l : { static_cast<TimerRelayListener*> (&timer), static_cast<TimerRelayListener*> (&waveform),
-                                   static_cast<TimerRelayListener*> (&inputMeter), static_cast<TimerRelayListener*> (&outputMeter) })
+    for (TimerRelayListener* l :
+         { static_cast<TimerRelayListener*> (&timer), static_cast<TimerRelayListener*> (&waveform),
+           static_cast<TimerRelayListener*> (&inputMeter), static_cast<TimerRelayListener*> (&outputMeter) })
         relayListeners.add (l);
 
     showPanel (Panel::playlist);
@@ -143,7 +144,7 @@ void MainComponent::openTrack (bool)
 {
     chooser = std::make_unique<juce::FileChooser> ("Select files to open", juce::File(), "*", false);
     const auto chooserFlags = juce::FileBrowserComponent::openMode | juce::FileBrowserComponent::canSelectFiles
-                       | juce::FileBrowserComponent::canSelectMultipleItems;
+                              | juce::FileBrowserComponent::canSelectMultipleItems;
 
     chooser->launchAsync (chooserFlags, [this] (const juce::FileChooser& fc) { validateAndAdd (fc.getResults()); });
 }
@@ -176,7 +177,8 @@ void MainComponent::saveButtonClicked()
     const auto chooserFlags = juce::FileBrowserComponent::saveMode | juce::FileBrowserComponent::canSelectFiles
                               | juce::FileBrowserComponent::warnAboutOverwriting;
 
-    chooser->launchAsync (chooserFlags, [this] (const juce::FileChooser& fc)
+    chooser->launchAsync (chooserFlags,
+                          [this] (const juce::FileChooser& fc)
                           {
                               const auto chosen = fc.getResult();
 
@@ -186,7 +188,8 @@ void MainComponent::saveButtonClicked()
                               const auto target = chosen.withFileExtension (".xml");
 
                               if (! playlist.savePlaylist (target))
-                                  Alerts::warning ("Save Playlist", "The playlist couldn't be written to " + target.getFullPathName());
+                                  Alerts::warning ("Save Playlist",
+                                                   "The playlist couldn't be written to " + target.getFullPathName());
                           });
 }
 
@@ -520,10 +523,10 @@ bool MainComponent::perform (const InvocationInfo& info)
 void MainComponent::skipOrJump (int command)
 {
     using Move = MarkerModel::Move;
-    const auto move = command == CommandIDs::skipForward ? Move::skipForward
-                    : command == CommandIDs::skipBack    ? Move::skipBack
-                    : command == CommandIDs::jumpForward ? Move::jumpForward
-                                                         : Move::jumpBack;
+    const auto move = command == CommandIDs::skipForward   ? Move::skipForward
+                      : command == CommandIDs::skipBack    ? Move::skipBack
+                      : command == CommandIDs::jumpForward ? Move::jumpForward
+                                                           : Move::jumpBack;
 
     // While stopped the steps follow the zoom.
     if (! trackDeck.skipOrJump (move, waveform.viewSpan / waveform.markerNudgeDivisor) || engine.transport.isPlaying())

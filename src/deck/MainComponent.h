@@ -18,7 +18,6 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
-
 namespace Marlode
 {
 
@@ -101,8 +100,8 @@ public:
         outputMeter { "out", engine.outputMeter, [this] { return engine.isPlaying(); } };
     EQComponent deckEQ;
     DeckFXWindow deckFX;
-    juce::TextButton playlistButton { "Playlist" }, deckEQButton { "Deck EQ" }, fxButton { "FX" },
-        analysisButton { "Analysis" }, clearButton { "Clear" };
+    juce::TextButton playlistButton { "Playlist" }, deckEQButton { "Deck EQ" }, fxButton { "FX" }, analysisButton { "Analysis" },
+        clearButton { "Clear" };
     VerticalResizeBar resizeBar;
     TransportComponent transport;
     TrackNameLabel trackName;
@@ -123,7 +122,12 @@ public:
     std::function<void (MainComponent&)> onPlayStateChanged;
 
 private:
-    enum class Panel { playlist, eq, fx };
+    enum class Panel
+    {
+        playlist,
+        eq,
+        fx
+    };
 
     void showPanel (Panel);
     void skipOrJump (int commandID);

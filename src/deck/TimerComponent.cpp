@@ -4,8 +4,7 @@
 namespace Marlode
 {
 
-TimerComponent::TimerComponent (const DeckEngine& engineToShow)
-    : engine (engineToShow)
+TimerComponent::TimerComponent (const DeckEngine& engineToShow) : engine (engineToShow)
 {
     timeLabel.setFont (juce::Font (juce::Font::getDefaultMonospacedFontName(), normalFontHeight, fontStyle));
     timeLabel.setJustificationType (juce::Justification::centred);

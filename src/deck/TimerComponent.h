@@ -27,7 +27,6 @@ public:
     [[nodiscard]] bool isShowingHours() const noexcept { return showHours; }
     [[nodiscard]] float getFontHeight() const { return timeLabel.getFont().getHeight(); }
 
-
 private:
     const DeckEngine& engine;
     juce::Label timeLabel;

@@ -121,9 +121,7 @@ void TrackDeck::changeState (TransportState newState)
 
     switch (newState)
     {
-        case TransportState::Stopped:
-            enterStoppedAfterStop();
-            return;
+        case TransportState::Stopped: enterStoppedAfterStop(); return;
 
         case TransportState::Starting:
             engine.setPlayState (newState);
@@ -137,8 +135,7 @@ void TrackDeck::changeState (TransportState newState)
             break;
 
         case TransportState::Playing:
-        case TransportState::Paused:
-            break;
+        case TransportState::Paused: break;
     }
 
     enter (newState);

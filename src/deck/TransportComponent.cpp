@@ -23,8 +23,7 @@ namespace
 
 TransportComponent::PlayPauseButton::PlayPauseButton()
     : juce::ShapeButton ("Play Button", juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey),
-      playShape (triangleRight()),
-      pauseShape (pauseBars())
+      playShape (triangleRight()), pauseShape (pauseBars())
 {
     setShape (playShape, false, true, false);
 }
@@ -55,7 +54,8 @@ TransportComponent::TransportComponent()
     skipForwardButton.setShape (nextShape, false, true, false);
     skipBackwardButton.setShape (previousShape, false, true, false);
 
-    for (juce::ShapeButton* b : { static_cast<juce::ShapeButton*> (&skipBackwardButton), static_cast<juce::ShapeButton*> (&playButton), &stopButton, &skipForwardButton })
+    for (juce::ShapeButton* b : { static_cast<juce::ShapeButton*> (&skipBackwardButton),
+                                  static_cast<juce::ShapeButton*> (&playButton), &stopButton, &skipForwardButton })
     {
         b->setWantsKeyboardFocus (false);
         b->setMouseClickGrabsKeyboardFocus (false);
@@ -71,7 +71,8 @@ void TransportComponent::resized()
     const auto cellWidth = getWidth() / 4;
     int x = 0;
 
-    for (juce::ShapeButton* b : { static_cast<juce::ShapeButton*> (&skipBackwardButton), static_cast<juce::ShapeButton*> (&playButton), &stopButton, &skipForwardButton })
+    for (juce::ShapeButton* b : { static_cast<juce::ShapeButton*> (&skipBackwardButton),
+                                  static_cast<juce::ShapeButton*> (&playButton), &stopButton, &skipForwardButton })
     {
         b->setBounds (juce::Rectangle<int> (x, 0, cellWidth, getHeight()).reduced (12, 12));
         x += cellWidth;

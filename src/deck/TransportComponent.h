@@ -31,7 +31,6 @@ public:
     juce::ShapeButton skipForwardButton { "Skip Forward", juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey };
     juce::ShapeButton skipBackwardButton { "Skip Backward", juce::Colours::white, juce::Colours::lightgrey, juce::Colours::grey };
 
-
 private:
     juce::Path stopShape, nextShape, previousShape;
 

@@ -212,7 +212,8 @@ void Ebu128LoudnessMeter::completeBin() noexcept
     for (int ch = 0; ch < numberOfChannels; ++ch)
     {
         const auto& channelBins = bin[(size_t) ch];
-        averageOfTheLast3s[(size_t) ch] = std::accumulate (channelBins.begin(), channelBins.end(), 0.0) / numberOfSamplesInAllBins;
+        averageOfTheLast3s[(size_t) ch] =
+            std::accumulate (channelBins.begin(), channelBins.end(), 0.0) / numberOfSamplesInAllBins;
 
         double last400ms = 0.0;
         for (int b = 0; b < numberOfBinsToCover400ms; ++b)

@@ -36,9 +36,15 @@ public:
     void reset() noexcept;
 
     [[nodiscard]] float getMomentaryLoudness() const noexcept { return momentaryLoudness.load (std::memory_order_relaxed); }
-    [[nodiscard]] float getMaximumMomentaryLoudness() const noexcept { return maximumMomentaryLoudness.load (std::memory_order_relaxed); }
+    [[nodiscard]] float getMaximumMomentaryLoudness() const noexcept
+    {
+        return maximumMomentaryLoudness.load (std::memory_order_relaxed);
+    }
     [[nodiscard]] float getShortTermLoudness() const noexcept { return shortTermLoudness.load (std::memory_order_relaxed); }
-    [[nodiscard]] float getMaximumShortTermLoudness() const noexcept { return maximumShortTermLoudness.load (std::memory_order_relaxed); }
+    [[nodiscard]] float getMaximumShortTermLoudness() const noexcept
+    {
+        return maximumShortTermLoudness.load (std::memory_order_relaxed);
+    }
     [[nodiscard]] float getIntegratedLoudness() const noexcept { return integratedLoudness.load (std::memory_order_relaxed); }
     [[nodiscard]] float getLoudnessRangeStart() const noexcept { return loudnessRangeStart.load (std::memory_order_relaxed); }
     [[nodiscard]] float getLoudnessRangeEnd() const noexcept { return loudnessRangeEnd.load (std::memory_order_relaxed); }
@@ -120,9 +126,8 @@ private:
 
     // Written by the measuring thread, read anywhere.
     std::atomic<float> integratedLoudness { minimumLoudness }, loudnessRangeStart { minimumLoudness },
-        loudnessRangeEnd { minimumLoudness }, shortTermLoudness { minimumLoudness },
-        maximumShortTermLoudness { minimumLoudness }, momentaryLoudness { minimumLoudness },
-        maximumMomentaryLoudness { minimumLoudness };
+        loudnessRangeEnd { minimumLoudness }, shortTermLoudness { minimumLoudness }, maximumShortTermLoudness { minimumLoudness },
+        momentaryLoudness { minimumLoudness }, maximumMomentaryLoudness { minimumLoudness };
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (Ebu128LoudnessMeter)
 };

@@ -94,7 +94,10 @@ void LevelMeterProcessor::process (const juce::AudioSourceChannelInfo& info) noe
     auto peakOf = [&] (int ch)
     {
         // The signed maximum: only positive excursions count.
-        const auto m = cleared || n <= 0 ? 0.0f : juce::FloatVectorOperations::findMinAndMax (buffer->getReadPointer (ch, info.startSample), n).getEnd();
+        const auto m =
+            cleared || n <= 0
+                ? 0.0f
+                : juce::FloatVectorOperations::findMinAndMax (buffer->getReadPointer (ch, info.startSample), n).getEnd();
         return juce::jmax (floorDb, juce::Decibels::gainToDecibels (m, -100.0f));
     };
 
@@ -178,8 +181,7 @@ void LevelMeterProcessor::fallWhenIdle (bool deckIsPlaying)
     blocksAtLastTick = blocks;
 
     // While blocks arrive, their own silence brings the bars down at the right speed.
-    if (deckIsPlaying || ! idle
-        || (meterType.load() == lufs && lufsMeterType.load() == integrated))
+    if (deckIsPlaying || ! idle || (meterType.load() == lufs && lufsMeterType.load() == integrated))
         return;
 
     acquire();

@@ -46,11 +46,11 @@ void MasterGainStage::process (const juce::AudioSourceChannelInfo& info) const n
     if (buffer->getNumChannels() == 2)
     {
         if (! buffer->hasBeenCleared())
-            juce::FloatVectorOperations::multiply (buffer->getWritePointer (0, info.startSample),
-                                                   gain * (float) getLeftGain(), info.numSamples);
+            juce::FloatVectorOperations::multiply (buffer->getWritePointer (0, info.startSample), gain * (float) getLeftGain(),
+                                                   info.numSamples);
         if (! buffer->hasBeenCleared())
-            juce::FloatVectorOperations::multiply (buffer->getWritePointer (1, info.startSample),
-                                                   (float) getRightGain() * gain, info.numSamples);
+            juce::FloatVectorOperations::multiply (buffer->getWritePointer (1, info.startSample), (float) getRightGain() * gain,
+                                                   info.numSamples);
         return;
     }
 

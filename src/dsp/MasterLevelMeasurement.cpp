@@ -55,7 +55,8 @@ float MasterLevelMeasurement::getLevelDb (int channel) const noexcept
 
 float MasterLevelMeasurement::getDisplayedDb (int channel) const noexcept
 {
-    return juce::isPositiveAndBelow (channel, numChannels) ? displayedDb[(size_t) channel].load (std::memory_order_relaxed) : floorDb;
+    return juce::isPositiveAndBelow (channel, numChannels) ? displayedDb[(size_t) channel].load (std::memory_order_relaxed)
+                                                           : floorDb;
 }
 
 } // namespace Marlode

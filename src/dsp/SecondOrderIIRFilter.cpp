@@ -6,22 +6,21 @@
 namespace Marlode
 {
 
-SecondOrderIIRFilter::SecondOrderIIRFilter (const Design& d)
-    : b0 (d.b0), b1 (d.b1), b2 (d.b2), a1 (d.a1), a2 (d.a2), design (d)
+SecondOrderIIRFilter::SecondOrderIIRFilter (const Design& d) : b0 (d.b0), b1 (d.b1), b2 (d.b2), a1 (d.a1), a2 (d.a2), design (d)
 {
 }
 
 SecondOrderIIRFilter SecondOrderIIRFilter::preFilter()
 {
-    return SecondOrderIIRFilter ({ 1.53512485958697, -2.69169618940638, 1.19839281085285, -1.69065929318241,
-                                   0.73248077421585, 0.7071752369554194, 1.5848647011308554, 1.2587209302325613,
-                                   1.000000000000008, std::atan (0.11053183227049436) });
+    return SecondOrderIIRFilter ({ 1.53512485958697, -2.69169618940638, 1.19839281085285, -1.69065929318241, 0.73248077421585,
+                                   0.7071752369554194, 1.5848647011308554, 1.2587209302325613, 1.000000000000008,
+                                   std::atan (0.11053183227049436) });
 }
 
 SecondOrderIIRFilter SecondOrderIIRFilter::lowFrequencyBCurve()
 {
-    return SecondOrderIIRFilter ({ 1.0, -2.0, 1.0, -1.99004745483398, 0.99007225036621, 0.5003270373250421,
-                                   1.0049948987146884, 0.0, 0.0, std::atan (0.0024959659153412648) });
+    return SecondOrderIIRFilter ({ 1.0, -2.0, 1.0, -1.99004745483398, 0.99007225036621, 0.5003270373250421, 1.0049948987146884,
+                                   0.0, 0.0, std::atan (0.0024959659153412648) });
 }
 
 void SecondOrderIIRFilter::prepareToPlay (double sampleRate, int channels)

@@ -11,7 +11,10 @@ namespace
     // Far more than any real file has; the framework's readers walk every one of them.
     constexpr int maxChunks = 4096;
 
-    bool is (const char* id, const char* name) noexcept { return std::memcmp (id, name, 4) == 0; }
+    bool is (const char* id, const char* name) noexcept
+    {
+        return std::memcmp (id, name, 4) == 0;
+    }
 
     juce::String printable (const char* id)
     {
@@ -76,7 +79,8 @@ namespace
                 length = rf64DataSize;
 
             if (position + 8 + length > size + AudioFileGuard::slackBytes)
-                return "chunk '" + printable (id) + "' claims " + juce::String (length) + " bytes in a file of " + juce::String (size);
+                return "chunk '" + printable (id) + "' claims " + juce::String (length) + " bytes in a file of "
+                       + juce::String (size);
 
             position += 8 + length + (length & 1);
         }

@@ -169,8 +169,7 @@ std::optional<double> MarkerModel::moveTarget (Move move, double position, doubl
             return t;
         }
 
-        case Move::skipBack:
-            return juce::jmax (position - step, 0.0);
+        case Move::skipBack: return juce::jmax (position - step, 0.0);
 
         case Move::jumpBack:
         {

@@ -59,8 +59,7 @@ void MasterEngine::selectDeck (DeckEngine* deck) noexcept
 {
     auto* current = currentDeck.load();
 
-    if (deck != current && current != nullptr
-        && (current->isPlaying() || current->getPlayState() == TransportState::Starting))
+    if (deck != current && current != nullptr && (current->isPlaying() || current->getPlayState() == TransportState::Starting))
         previousDeck.store (current);
     else if (deck == previousDeck.load())
         previousDeck.store (nullptr); // back to the deck still handing over: it sounds as the current one

@@ -38,9 +38,18 @@ namespace
         return ((std::uint64_t) (generation & generationMask) << positionBits) | clamped;
     }
 
-    constexpr std::uint32_t generationOf (std::uint64_t word) noexcept { return (std::uint32_t) (word >> positionBits); }
-    constexpr juce::int64 positionOf (std::uint64_t word) noexcept { return (juce::int64) (word & positionMask); }
-    constexpr std::uint32_t nextGeneration (std::uint32_t g) noexcept { return (g + 1) & generationMask; }
+    constexpr std::uint32_t generationOf (std::uint64_t word) noexcept
+    {
+        return (std::uint32_t) (word >> positionBits);
+    }
+    constexpr juce::int64 positionOf (std::uint64_t word) noexcept
+    {
+        return (juce::int64) (word & positionMask);
+    }
+    constexpr std::uint32_t nextGeneration (std::uint32_t g) noexcept
+    {
+        return (g + 1) & generationMask;
+    }
 
     // Generations wrap around; `a` is newer than `b` when it lies less than half the range ahead.
     constexpr bool isNewer (std::uint32_t a, std::uint32_t b) noexcept
@@ -62,8 +71,14 @@ namespace
         return ((std::uint64_t) generation << 2) | phase;
     }
 
-    constexpr std::uint32_t segmentGeneration (std::uint64_t word) noexcept { return (std::uint32_t) (word >> 2); }
-    constexpr Phase segmentPhase (std::uint64_t word) noexcept { return (Phase) (word & 3); }
+    constexpr std::uint32_t segmentGeneration (std::uint64_t word) noexcept
+    {
+        return (std::uint32_t) (word >> 2);
+    }
+    constexpr Phase segmentPhase (std::uint64_t word) noexcept
+    {
+        return (Phase) (word & 3);
+    }
 }
 
 //==============================================================================
@@ -87,11 +102,9 @@ namespace
 class TrackTransport::Stream final : public juce::TimeSliceClient
 {
 public:
-    Stream (juce::PositionableAudioSource& src, juce::TimeSliceThread& readThread,
-            double sourceRateIn, double deviceRateIn, int readAheadFrames, juce::int64 startPosition)
-        : source (src),
-          thread (readThread),
-          ratio (sourceRateIn > 0.0 && deviceRateIn > 0.0 ? sourceRateIn / deviceRateIn : 1.0),
+    Stream (juce::PositionableAudioSource& src, juce::TimeSliceThread& readThread, double sourceRateIn, double deviceRateIn,
+            int readAheadFrames, juce::int64 startPosition)
+        : source (src), thread (readThread), ratio (sourceRateIn > 0.0 && deviceRateIn > 0.0 ? sourceRateIn / deviceRateIn : 1.0),
           inverseRatio (sourceRateIn > 0.0 && deviceRateIn > 0.0 ? deviceRateIn / sourceRateIn : 1.0),
           // One chunk more than the read-ahead ever fills, so a new segment always has room.
           ring (ringChannels, juce::jmax (readAheadFrames, readChunkFrames * 2) + readChunkFrames),
@@ -140,8 +153,8 @@ public:
         {
             const auto generation = nextGeneration (generationOf (current));
 
-            if (request.compare_exchange_weak (current, pack (generation, sourcePosition),
-                                               std::memory_order_acq_rel, std::memory_order_acquire))
+            if (request.compare_exchange_weak (current, pack (generation, sourcePosition), std::memory_order_acq_rel,
+                                               std::memory_order_acquire))
                 return generation;
         }
     }
@@ -189,14 +202,12 @@ public:
         return end > read ? (int) (end - read) : 0;
     }
 
-
     /** Audio thread: the end of the stream has been heard, and no seek is on its way. */
     [[nodiscard]] bool hasPlayedPastTheEnd() const noexcept
     {
         const auto heard = played.load (std::memory_order_relaxed);
-        return ! source.isLooping()
-            && generationOf (request.load (std::memory_order_acquire)) == generationOf (heard)
-            && positionOf (heard) > source.getTotalLength() + 1;
+        return ! source.isLooping() && generationOf (request.load (std::memory_order_acquire)) == generationOf (heard)
+               && positionOf (heard) > source.getTotalLength() + 1;
     }
 
     //==============================================================================
@@ -313,7 +324,7 @@ private:
             empty,
             writing, // the read-ahead thread owns it
             ready,
-            reading  // the audio thread owns it
+            reading // the audio thread owns it
         };
 
         std::atomic<int> status { empty };
@@ -332,7 +343,7 @@ private:
     }
 
     static void copyFrames (float* const* dest, int destChannels, int destStart, const float* const* src, int srcStart,
-                         int numFrames) noexcept
+                            int numFrames) noexcept
     {
         for (int ch = 0; ch < destChannels; ++ch)
             juce::FloatVectorOperations::copy (dest[ch] + destStart, src[ch] + srcStart, numFrames);
@@ -562,8 +573,8 @@ private:
     [[nodiscard]] bool isWantedCue (juce::int64 position) const noexcept
     {
         return position >= 0
-            && (wantedCue[0].load (std::memory_order_relaxed) == position
-                || wantedCue[1].load (std::memory_order_relaxed) == position);
+               && (wantedCue[0].load (std::memory_order_relaxed) == position
+                   || wantedCue[1].load (std::memory_order_relaxed) == position);
     }
 
     bool decodeMissingCue()
@@ -775,8 +786,7 @@ void TrackTransport::stop()
     // (another deck is current, or no device runs) would never answer, so the wait ends once no
     // block has come for three device periods.
     const auto rate = getSampleRate();
-    const auto quietLimit = std::chrono::milliseconds (
-        juce::jmax (40, rate > 0.0 ? (int) (3000.0 * blockSize / rate) : 0));
+    const auto quietLimit = std::chrono::milliseconds (juce::jmax (40, rate > 0.0 ? (int) (3000.0 * blockSize / rate) : 0));
     auto seenBlocks = blocksPulled.load();
     auto lastBlockAt = std::chrono::steady_clock::now();
 

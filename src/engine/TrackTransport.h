@@ -47,9 +47,7 @@ public:
     /** Message thread. The source remains the caller's; it must outlive the next setSource call.
         readAheadSamples is the ring's size in device-rate samples. Returns once the first audio
         is buffered (or after a short time-out), so a start right after it sounds at once. */
-    void setSource (juce::PositionableAudioSource* newSource,
-                    int readAheadSamples,
-                    juce::TimeSliceThread* readAheadThread,
+    void setSource (juce::PositionableAudioSource* newSource, int readAheadSamples, juce::TimeSliceThread* readAheadThread,
                     double sourceSampleRateToCorrectFor);
 
     /** Message thread. */
@@ -131,9 +129,9 @@ private:
     // and the end of the stream or the end of a fade on the audio thread can't undo each other.
     enum class Run : int
     {
-        idle,     // silent, position held
-        playing,  // audio flows
-        stopping  // stop() asked; the audio thread fades the next block out and goes idle
+        idle,    // silent, position held
+        playing, // audio flows
+        stopping // stop() asked; the audio thread fades the next block out and goes idle
     };
 
     void timerCallback() override;

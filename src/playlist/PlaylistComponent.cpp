@@ -30,10 +30,9 @@ namespace
         int width;
     };
 
-    const Column columns[] = { { 1, "#", 25 },           { 2, "File Name", 200 }, { 6, "Duration", 75 },
-                               { 4, "Format", 75 },      { 8, "Sample Rate", 100 }, { 9, "Bits", 35 },
-                               { 5, "Size MB", 75 },     { 7, "Channels", 75 },     { 3, "File Path", 500 } };
-
+    const Column columns[] = { { 1, "#", 25 },       { 2, "File Name", 200 },   { 6, "Duration", 75 },
+                               { 4, "Format", 75 },  { 8, "Sample Rate", 100 }, { 9, "Bits", 35 },
+                               { 5, "Size MB", 75 }, { 7, "Channels", 75 },     { 3, "File Path", 500 } };
 
     PlaylistRow rowFor (const juce::File& file, const juce::AudioFormatReader& reader)
     {
@@ -387,9 +386,18 @@ void PlaylistComponent::cellClicked (int, int, const juce::MouseEvent& e)
         showRowMenu();
 }
 
-void PlaylistComponent::cellDoubleClicked (int row, int, const juce::MouseEvent&) { selectRow (row); }
-void PlaylistComponent::returnKeyPressed (int row) { selectRow (row); }
-void PlaylistComponent::deleteKeyPressed (int) { deleteSelectedRows(); }
+void PlaylistComponent::cellDoubleClicked (int row, int, const juce::MouseEvent&)
+{
+    selectRow (row);
+}
+void PlaylistComponent::returnKeyPressed (int row)
+{
+    selectRow (row);
+}
+void PlaylistComponent::deleteKeyPressed (int)
+{
+    deleteSelectedRows();
+}
 
 void PlaylistComponent::backgroundClicked (const juce::MouseEvent&)
 {
@@ -470,7 +478,10 @@ void PlaylistComponent::clearDrag()
     table.repaint();
 }
 
-void PlaylistComponent::itemDragExit (const SourceDetails&) { clearDrag(); }
+void PlaylistComponent::itemDragExit (const SourceDetails&)
+{
+    clearDrag();
+}
 
 void PlaylistComponent::itemDropped (const SourceDetails& details)
 {
@@ -534,7 +545,10 @@ void PlaylistComponent::fileDragMove (const juce::StringArray&, int x, int y)
     table.repaint();
 }
 
-void PlaylistComponent::fileDragExit (const juce::StringArray&) { clearDrag(); }
+void PlaylistComponent::fileDragExit (const juce::StringArray&)
+{
+    clearDrag();
+}
 
 void PlaylistComponent::filesDropped (const juce::StringArray& files, int x, int y)
 {
@@ -576,18 +590,21 @@ void PlaylistComponent::showRowMenu()
         menu.addItem (12, "Show in File Manager");
 
     juce::WeakReference<PlaylistComponent> weak (this);
-    modalPopupEater = std::make_unique<ModalPopupDismissMouseEater> ([weak]
-    {
-        juce::MessageManager::callAsync ([weak]
-                                         {
-                                             if (weak != nullptr)
-                                                 weak->modalPopupEater.reset();
-                                         });
-    });
+    modalPopupEater = std::make_unique<ModalPopupDismissMouseEater> (
+        [weak]
+        {
+            juce::MessageManager::callAsync (
+                [weak]
+                {
+                    if (weak != nullptr)
+                        weak->modalPopupEater.reset();
+                });
+        });
     modalPopupEater->setBounds (getLocalBounds());
     addAndMakeVisible (*modalPopupEater);
 
-    menu.showMenuAsync (juce::PopupMenu::Options(), [weak] (int result)
+    menu.showMenuAsync (juce::PopupMenu::Options(),
+                        [weak] (int result)
                         {
                             if (weak == nullptr)
                                 return;

@@ -36,7 +36,10 @@ public:
         /** Keyboard focus came into or left the table. */
         virtual void playlistFocusChanged() {}
         /** Where the row menu sends tracks: 0 a new deck, 1 to 4 that deck. */
-        virtual void sendTracksToDeck (int deckNumber, bool removeFromSource) { juce::ignoreUnused (deckNumber, removeFromSource); }
+        virtual void sendTracksToDeck (int deckNumber, bool removeFromSource)
+        {
+            juce::ignoreUnused (deckNumber, removeFromSource);
+        }
     };
 
     void addListener (Listener* l) { listeners.add (l); }

@@ -18,9 +18,9 @@ struct PlaylistRow
     int numChannels = 0;
     juce::int64 lengthInSamples = 0;
     bool isAnalysed = false;
-    int rowNumber = 0;          // shown number, written when painted
-    double sizeMB = 0.0;        // bytes / 1e6, 0 when the file can't be read
-    juce::String durationText;  // "hh:mm:ss"
+    int rowNumber = 0;         // shown number, written when painted
+    double sizeMB = 0.0;       // bytes / 1e6, 0 when the file can't be read
+    juce::String durationText; // "hh:mm:ss"
 
     // Analysis results (dB, LUFS), filled by the analysis.
     float lufs = -300.0f, truePeakMax = -300.0f;

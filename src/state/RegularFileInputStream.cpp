@@ -48,7 +48,8 @@ int RegularFileInputStream::read (void* destBuffer, int maxBytesToRead)
 
     while (done < wanted)
     {
-        const auto got = ::pread (descriptor, static_cast<char*> (destBuffer) + done, wanted - done, (off_t) (position + (juce::int64) done));
+        const auto got =
+            ::pread (descriptor, static_cast<char*> (destBuffer) + done, wanted - done, (off_t) (position + (juce::int64) done));
 
         if (got < 0 && errno == EINTR)
             continue;

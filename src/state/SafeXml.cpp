@@ -35,10 +35,26 @@ namespace
             size_t extra = 0;
             juce::uint32 code = 0, smallest = 0;
 
-            if ((lead & 0xe0) == 0xc0)      { extra = 1; code = lead & 0x1fu; smallest = 0x80; }
-            else if ((lead & 0xf0) == 0xe0) { extra = 2; code = lead & 0x0fu; smallest = 0x800; }
-            else if ((lead & 0xf8) == 0xf0) { extra = 3; code = lead & 0x07u; smallest = 0x10000; }
-            else return false;
+            if ((lead & 0xe0) == 0xc0)
+            {
+                extra = 1;
+                code = lead & 0x1fu;
+                smallest = 0x80;
+            }
+            else if ((lead & 0xf0) == 0xe0)
+            {
+                extra = 2;
+                code = lead & 0x0fu;
+                smallest = 0x800;
+            }
+            else if ((lead & 0xf8) == 0xf0)
+            {
+                extra = 3;
+                code = lead & 0x07u;
+                smallest = 0x10000;
+            }
+            else
+                return false;
 
             if (n - i <= extra)
                 return false;
@@ -75,7 +91,10 @@ namespace
         return juce::String::fromUTF8 (reinterpret_cast<const char*> (start), (int) (end - start));
     }
 
-    juce::String toString (const std::string& s) { return juce::String::fromUTF8 (s.data(), (int) s.size()); }
+    juce::String toString (const std::string& s)
+    {
+        return juce::String::fromUTF8 (s.data(), (int) s.size());
+    }
 
     /** Walks the bytes once, refusing anything outside the subset, and builds the tree on the way. */
     class Reader
@@ -270,8 +289,8 @@ namespace
 
             for (; p < end && *p != ';'; ++p)
             {
-                const auto value = hex ? juce::CharacterFunctions::getHexDigitValue (*p)
-                                       : (*p >= '0' && *p <= '9' ? (int) (*p - '0') : -1);
+                const auto value =
+                    hex ? juce::CharacterFunctions::getHexDigitValue (*p) : (*p >= '0' && *p <= '9' ? (int) (*p - '0') : -1);
 
                 if (value < 0 || ++digits > (hex ? 8 : 12))
                     return fail ("illegal character reference");
@@ -387,7 +406,8 @@ namespace
                 if (! countNode())
                     return false;
 
-                parent.children.push_back (std::unique_ptr<juce::XmlElement> (juce::XmlElement::createTextElement (toString (text))));
+                parent.children.push_back (
+                    std::unique_ptr<juce::XmlElement> (juce::XmlElement::createTextElement (toString (text))));
             }
 
             text.clear();
@@ -536,7 +556,8 @@ namespace
                         if (! countNode())
                             return nullptr;
 
-                        current.children.push_back (std::unique_ptr<juce::XmlElement> (juce::XmlElement::createTextElement (toString (start, p - 3))));
+                        current.children.push_back (
+                            std::unique_ptr<juce::XmlElement> (juce::XmlElement::createTextElement (toString (start, p - 3))));
                         continue;
                     }
 

@@ -10,17 +10,16 @@ namespace
     {
         Alerts::Presenter p;
         p.warning = [] (const juce::String& title, const juce::String& message)
-        {
-            juce::AlertWindow::showMessageBoxAsync (juce::MessageBoxIconType::WarningIcon, title, message, "OK");
-        };
+        { juce::AlertWindow::showMessageBoxAsync (juce::MessageBoxIconType::WarningIcon, title, message, "OK"); };
         p.question = [] (const juce::String& title, const juce::String& message, std::function<void (bool)> answer)
         {
             juce::AlertWindow::showOkCancelBox (juce::MessageBoxIconType::QuestionIcon, title, message, "Yes", "No", nullptr,
-                                                juce::ModalCallbackFunction::create ([answer] (int result)
-                                                                                     {
-                                                                                         if (answer)
-                                                                                             answer (result != 0);
-                                                                                     }));
+                                                juce::ModalCallbackFunction::create (
+                                                    [answer] (int result)
+                                                    {
+                                                        if (answer)
+                                                            answer (result != 0);
+                                                    }));
         };
         p.choice = [] (const juce::String& title, const juce::String& message, const juce::StringArray& buttons,
                        std::function<void (int)> chosen)
@@ -30,11 +29,12 @@ namespace
             // The framework numbers the buttons 1, 2 and 0 for the last (also Escape).
             juce::AlertWindow::showYesNoCancelBox (juce::MessageBoxIconType::QuestionIcon, title, message, buttons[0], buttons[1],
                                                    buttons[2], nullptr,
-                                                   juce::ModalCallbackFunction::create ([chosen] (int result)
-                                                                                        {
-                                                                                            if (chosen)
-                                                                                                chosen (result == 0 ? 2 : result - 1);
-                                                                                        }));
+                                                   juce::ModalCallbackFunction::create (
+                                                       [chosen] (int result)
+                                                       {
+                                                           if (chosen)
+                                                               chosen (result == 0 ? 2 : result - 1);
+                                                       }));
         };
         p.textWindow = [] (const juce::String& title, const juce::String& text, juce::Component* centreAround)
         {
@@ -127,7 +127,8 @@ void Alerts::askToListFiles (const FileListQuestion& words, const juce::StringAr
     const auto message = filesProblem (n, words.problem) + "\n\nShow a list of these files?" + words.afterQuestion;
 
     // The answer comes later: the asker may be gone by then.
-    question (words.title, message, [words, paths, n, asker = juce::Component::SafePointer<juce::Component> (asker)] (bool yes)
+    question (words.title, message,
+              [words, paths, n, asker = juce::Component::SafePointer<juce::Component> (asker)] (bool yes)
               {
                   if (! yes)
                       return;

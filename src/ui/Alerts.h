@@ -21,7 +21,8 @@ public:
         std::function<void (const juce::String& title, const juce::String& message)> warning;
         std::function<void (const juce::String& title, const juce::String& message, std::function<void (bool)> answer)> question;
         std::function<void (const juce::String& title, const juce::String& message, const juce::StringArray& buttons,
-                            std::function<void (int)> chosen)> choice;
+                            std::function<void (int)> chosen)>
+            choice;
         std::function<void (const juce::String& title, const juce::String& text, juce::Component* centreAround)> textWindow;
     };
 
@@ -33,8 +34,8 @@ public:
         juce::String problem;       // follows "<n> file(s)"
         juce::String afterQuestion; // follows "Show a list of these files?"
         juce::String listTitle;
-        juce::String listHeader;    // stands above the paths
-        bool listInWindow = false;  // a window of its own rather than a second alert
+        juce::String listHeader;   // stands above the paths
+        bool listInWindow = false; // a window of its own rather than a second alert
     };
 
     static void warning (const juce::String& title, const juce::String& message);

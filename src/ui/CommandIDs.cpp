@@ -8,7 +8,10 @@ namespace
     using K = juce::KeyPress;
     using M = juce::ModifierKeys;
 
-    K key (int code, int modifiers = 0) { return K (code, modifiers, 0); }
+    K key (int code, int modifiers = 0)
+    {
+        return K (code, modifiers, 0);
+    }
 
     constexpr int cmd = M::commandModifier, shift = M::shiftModifier, alt = M::altModifier, ctrl = M::ctrlModifier;
 }

@@ -10,8 +10,7 @@ juce::Array<DesktopWindowComponent*>& DesktopWindowComponent::openDesktopWindows
     return windows;
 }
 
-DesktopWindowComponent::DesktopWindowComponent (const juce::String& title, juce::Rectangle<int> startBounds,
-                                                juce::Button* button)
+DesktopWindowComponent::DesktopWindowComponent (const juce::String& title, juce::Rectangle<int> startBounds, juce::Button* button)
     : titleBar (*this, title), openButton (button)
 {
     setWantsKeyboardFocus (true);

@@ -34,8 +34,8 @@ void HorizontalSlider::paint (juce::Graphics& g)
 
     const auto filled = getFilledRange();
     g.setColour (findColour (juce::Slider::thumbColourId).withAlpha (0.6f));
-    g.fillRect (juce::Rectangle<float> (1.0f + 2.0f + filled.getStart() * usable, 1.0f,
-                                        filled.getLength() * usable, bounds.getHeight() - 2.0f));
+    g.fillRect (juce::Rectangle<float> (1.0f + 2.0f + filled.getStart() * usable, 1.0f, filled.getLength() * usable,
+                                        bounds.getHeight() - 2.0f));
 
     g.setColour (findColour (juce::Slider::trackColourId));
     g.setFont (juce::Font (getValueFontHeight(), isBold ? juce::Font::bold : juce::Font::plain));

@@ -68,7 +68,8 @@ void PopupDisplayComponent::resized()
 {
     boxBounds = getLocalBounds().withSizeKeepingCentre (boxWidth, boxHeight);
     const auto inset = (int) cornerSize;
-    closeButton.setBounds (boxBounds.getRight() - closeButtonSize - inset, boxBounds.getY() + inset, closeButtonSize, closeButtonSize);
+    closeButton.setBounds (boxBounds.getRight() - closeButtonSize - inset, boxBounds.getY() + inset, closeButtonSize,
+                           closeButtonSize);
     contentBounds = boxBounds.withTrimmedTop (titleHeight);
 }
 

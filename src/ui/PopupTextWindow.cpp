@@ -40,9 +40,7 @@ void PopupTextWindow::closeButtonPressed()
 {
     // Not from inside its own callback: the window goes once the click has finished.
     juce::MessageManager::callAsync ([safe = juce::Component::SafePointer<PopupTextWindow> (this)]
-                                     {
-                                         delete safe.getComponent();
-                                     });
+                                     { delete safe.getComponent(); });
 }
 
 } // namespace Marlode

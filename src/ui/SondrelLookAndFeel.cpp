@@ -16,16 +16,16 @@ SondrelLookAndFeel::SondrelLookAndFeel()
 }
 
 void SondrelLookAndFeel::drawTableHeaderColumn (juce::Graphics& g, juce::TableHeaderComponent& header,
-                                                const juce::String& columnName, int, int width, int height,
-                                                bool, bool, int columnFlags)
+                                                const juce::String& columnName, int, int width, int height, bool, bool,
+                                                int columnFlags)
 {
     auto area = juce::Rectangle<int> (width, height).reduced (4, 0);
 
     if ((columnFlags & (juce::TableHeaderComponent::sortedForwards | juce::TableHeaderComponent::sortedBackwards)) != 0)
     {
         juce::Path sortArrow;
-        sortArrow.addTriangle (0.0f, 0.0f, 0.5f,
-                               (columnFlags & juce::TableHeaderComponent::sortedForwards) != 0 ? -1.0f : 1.0f, 1.0f, 0.0f);
+        sortArrow.addTriangle (0.0f, 0.0f, 0.5f, (columnFlags & juce::TableHeaderComponent::sortedForwards) != 0 ? -1.0f : 1.0f,
+                               1.0f, 0.0f);
 
         const auto side = (float) juce::jmin (juce::jmax (width - 8, 0), height / 2) - 4.0f;
         const auto box = area.removeFromRight ((int) side).toFloat().withSizeKeepingCentre (side, side);

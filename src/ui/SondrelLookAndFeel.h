@@ -13,9 +13,8 @@ class SondrelLookAndFeel : public juce::LookAndFeel_V4
 public:
     SondrelLookAndFeel();
 
-    void drawTableHeaderColumn (juce::Graphics&, juce::TableHeaderComponent&, const juce::String& columnName,
-                                int columnId, int width, int height, bool isMouseOver, bool isMouseDown,
-                                int columnFlags) override;
+    void drawTableHeaderColumn (juce::Graphics&, juce::TableHeaderComponent&, const juce::String& columnName, int columnId,
+                                int width, int height, bool isMouseOver, bool isMouseDown, int columnFlags) override;
 
     int getPopupMenuBorderSize() override { return 4; }
     int getTabButtonOverlap (int) override { return 1; }

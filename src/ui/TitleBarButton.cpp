@@ -22,8 +22,7 @@ TitleBarButton::TitleBarButton (int type) : buttonType (type)
             for (auto y : { 0.0f, 0.42f, 0.84f })
                 icon.addRectangle (0.0f, y, 1.0f, 0.16f);
             break;
-        default:
-            break;
+        default: break;
     }
 
     setRepaintsOnMouseActivity (false);
@@ -50,7 +49,8 @@ void TitleBarButton::paint (juce::Graphics& g)
     }
 
     const auto side = juce::jmin (w, h) * 0.4f;
-    g.fillPath (icon, icon.getTransformToScaleToFit (juce::Rectangle<float> (side, side).withCentre ({ w / 2.0f, h / 2.0f }), true));
+    g.fillPath (icon,
+                icon.getTransformToScaleToFit (juce::Rectangle<float> (side, side).withCentre ({ w / 2.0f, h / 2.0f }), true));
 }
 
 void TitleBarButton::mouseEnter (const juce::MouseEvent&)

@@ -48,11 +48,21 @@ juce::PopupMenu TitleBarComponent::createMainMenu()
     };
 
     static constexpr Entry entries[] = {
-        { "Open", "Open Track(s)", 1 },       { "Open", "Open Folder", 2 },       { "Open", "Open Playlist", 3 },
-        { "Decks", "Add New Deck", 13 },      { "Decks", "Delete Current Deck", 14 }, { "Decks", "Delete All Decks", 15 },
-        { "Help", "Quick Start", 8 },         { "Help", "Shortcut keys", 9 },     { nullptr, "Save Playlist", 4 },
-        { nullptr, "Export Audio", 5 },       { nullptr, "Settings", 7 },         { nullptr, "Reset Display", 6 },
-        { nullptr, "Check for Updates", 17 }, { nullptr, "About", 10 },           { nullptr, "Exit", 12 },
+        { "Open", "Open Track(s)", 1 },
+        { "Open", "Open Folder", 2 },
+        { "Open", "Open Playlist", 3 },
+        { "Decks", "Add New Deck", 13 },
+        { "Decks", "Delete Current Deck", 14 },
+        { "Decks", "Delete All Decks", 15 },
+        { "Help", "Quick Start", 8 },
+        { "Help", "Shortcut keys", 9 },
+        { nullptr, "Save Playlist", 4 },
+        { nullptr, "Export Audio", 5 },
+        { nullptr, "Settings", 7 },
+        { nullptr, "Reset Display", 6 },
+        { nullptr, "Check for Updates", 17 },
+        { nullptr, "About", 10 },
+        { nullptr, "Exit", 12 },
     };
 
     juce::PopupMenu menu;

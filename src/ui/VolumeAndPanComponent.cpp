@@ -4,8 +4,7 @@
 namespace Marlode
 {
 
-VolumeAndPanComponent::VolumeAndPanComponent (MasterGainStage& stage)
-    : gainStage (stage)
+VolumeAndPanComponent::VolumeAndPanComponent (MasterGainStage& stage) : gainStage (stage)
 {
     muteButton.setClickingTogglesState (true);
     muteButton.setWantsKeyboardFocus (false);

@@ -17,7 +17,10 @@ ThumbnailLoader::ThumbnailLoader (juce::AudioFormatManager& formatsToUse, juce::
 {
 }
 
-ThumbnailLoader::~ThumbnailLoader() { stop(); }
+ThumbnailLoader::~ThumbnailLoader()
+{
+    stop();
+}
 
 std::unique_ptr<juce::AudioFormatReader> ThumbnailLoader::openReader (const juce::File& file) const
 {

@@ -20,7 +20,10 @@ namespace
     constexpr int loopEndModifiers = juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier;
     constexpr int replayModifiers = juce::ModifierKeys::altModifier;
 
-    int modifierCode (const juce::ModifierKeys& m) { return m.withoutMouseButtons().getRawFlags(); }
+    int modifierCode (const juce::ModifierKeys& m)
+    {
+        return m.withoutMouseButtons().getRawFlags();
+    }
 }
 
 WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, DeckEngine& engineToUse,
@@ -37,8 +40,8 @@ WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, DeckEng
     timeline.centreLabel.setText ({}, juce::dontSendNotification);
     addAndMakeVisible (fileNameLabel);
 
-    for (auto* b : { &openButton, &ejectButton, &autoPlayButton, &playNextButton, &followButton, &replayButton,
-                     &loopButton, &zoomOutButton, &zoomInButton })
+    for (auto* b : { &openButton, &ejectButton, &autoPlayButton, &playNextButton, &followButton, &replayButton, &loopButton,
+                     &zoomOutButton, &zoomInButton })
     {
         b->setWantsKeyboardFocus (false);
         b->setMouseClickGrabsKeyboardFocus (false);
@@ -69,12 +72,13 @@ WaveformComponent::WaveformComponent (juce::AudioFormatManager& formats, DeckEng
     scrollBar.addListener (this);
     addAndMakeVisible (scrollBar);
 
-    const std::pair<juce::DrawableRectangle*, juce::Colour> drawables[] = {
-        { &playHead, onColour },    { &centreHead, onColour },
-        { &overviewHead, onColour }, { &replayLine, replayMarkerColour },
-        { &loopStartLine, loopMarkerColour }, { &loopEndLine, loopMarkerColour },
-        { &loopShade, loopShadeColour }
-    };
+    const std::pair<juce::DrawableRectangle*, juce::Colour> drawables[] = { { &playHead, onColour },
+                                                                            { &centreHead, onColour },
+                                                                            { &overviewHead, onColour },
+                                                                            { &replayLine, replayMarkerColour },
+                                                                            { &loopStartLine, loopMarkerColour },
+                                                                            { &loopEndLine, loopMarkerColour },
+                                                                            { &loopShade, loopShadeColour } };
 
     for (auto& [drawable, colour] : drawables)
     {
@@ -195,7 +199,8 @@ void WaveformComponent::resized()
 
     laneArea = { 0, buttonRowHeight, innerWidth, laneHeight };
     waveformArea = { 0, buttonRowHeight + laneHeight, innerWidth, juce::jmax (0, rest - laneHeight) };
-    mouseArea = (innerWidth > 0 && rest > 0) ? juce::Rectangle<int> (0, buttonRowHeight, innerWidth, rest) : juce::Rectangle<int>();
+    mouseArea =
+        (innerWidth > 0 && rest > 0) ? juce::Rectangle<int> (0, buttonRowHeight, innerWidth, rest) : juce::Rectangle<int>();
     timeline.setBounds (laneArea);
 
     auto bottom = getLocalBounds().removeFromBottom (bottomBarHeight);
@@ -332,7 +337,8 @@ void WaveformComponent::redrawWaveformImages()
         needsFullRedraw = false;
     }
 
-    const auto offset = viewSpan > 0.0 ? std::abs (slots[(size_t) visibleSlot].startTime - viewStart) / viewSpan * imageWidth : 0.0;
+    const auto offset =
+        viewSpan > 0.0 ? std::abs (slots[(size_t) visibleSlot].startTime - viewStart) / viewSpan * imageWidth : 0.0;
     const auto d = (float) juce::jlimit (0.0, (double) imageWidth, offset);
     firstImageWidth = (float) imageWidth - d;
     secondImageWidth = (float) imageWidth - firstImageWidth;
@@ -400,7 +406,8 @@ void WaveformComponent::paint (juce::Graphics& g)
     drawWaveform (g, imageArea, drawThumbnailDirect);
 
     // The track's limits, when the view shows time outside it (Follow near either end).
-    auto lineX = [this] (double t) { return (float) juce::jlimit (0.0, (double) imageWidth, (t - viewStart) / viewSpan * imageWidth); };
+    auto lineX = [this] (double t)
+    { return (float) juce::jlimit (0.0, (double) imageWidth, (t - viewStart) / viewSpan * imageWidth); };
     float left = (float) waveformArea.getX(), right = (float) waveformArea.getRight();
 
     if (viewStart < 0.0)
@@ -519,9 +526,10 @@ void WaveformComponent::zoomIn (int anchor, double mouseX, bool fromWheel)
     }
     else
     {
-        c = anchor == anchorReplay ? markers.getReplay() : anchor == anchorLoopStart ? markers.getLoopStart()
-            : anchor == anchorLoopEnd                  ? markers.getLoopEnd()
-                                                       : engine.getPosition();
+        c = anchor == anchorReplay      ? markers.getReplay()
+            : anchor == anchorLoopStart ? markers.getLoopStart()
+            : anchor == anchorLoopEnd   ? markers.getLoopEnd()
+                                        : engine.getPosition();
 
         if (c < viewStart || c > viewEnd)
             c = (double) (imageWidth / 2) / imageWidth * viewSpan + viewStart;
@@ -557,8 +565,9 @@ void WaveformComponent::zoomOut (int anchor, double mouseX)
     }
     else
     {
-        const auto c = anchor == anchorReplay ? markers.getReplay() : anchor == anchorLoopStart ? markers.getLoopStart()
-                                                                                             : markers.getLoopEnd();
+        const auto c = anchor == anchorReplay      ? markers.getReplay()
+                       : anchor == anchorLoopStart ? markers.getLoopStart()
+                                                   : markers.getLoopEnd();
 
         if (anchor != anchorPosition && c >= viewStart && c <= viewEnd)
         {
@@ -878,7 +887,13 @@ void WaveformComponent::mouseWheelMove (const juce::MouseEvent& e, const juce::M
     }
 }
 
-void WaveformComponent::focusGained (FocusChangeType) { listeners.call ([] (Listener& l) { l.focusChanged(); }); }
-void WaveformComponent::focusLost (FocusChangeType) { listeners.call ([] (Listener& l) { l.focusChanged(); }); }
+void WaveformComponent::focusGained (FocusChangeType)
+{
+    listeners.call ([] (Listener& l) { l.focusChanged(); });
+}
+void WaveformComponent::focusLost (FocusChangeType)
+{
+    listeners.call ([] (Listener& l) { l.focusChanged(); });
+}
 
 } // namespace Marlode

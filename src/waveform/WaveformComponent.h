@@ -118,8 +118,8 @@ public:
     double viewStart = 0.0, viewEnd = 0.0, viewSpan = 0.0;
 
     juce::TextButton openButton { "Open" }, ejectButton { "Eject" }, autoPlayButton { "Auto-Play" },
-        playNextButton { "Play-Next" }, followButton { "Follow" }, replayButton { "Replay" },
-        loopButton { "Loop" }, zoomOutButton { "-" }, zoomInButton { "+" };
+        playNextButton { "Play-Next" }, followButton { "Follow" }, replayButton { "Replay" }, loopButton { "Loop" },
+        zoomOutButton { "-" }, zoomInButton { "+" };
 
     juce::DrawableRectangle playHead, centreHead, overviewHead, replayLine, loopStartLine, loopEndLine, loopShade;
     WaveformMarkerTab replayTab { WaveformMarkerTab::replay }, loopStartTab { WaveformMarkerTab::loopStart },

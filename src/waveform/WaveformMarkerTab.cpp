@@ -27,9 +27,18 @@ WaveformMarkerTab::WaveformMarkerTab (int tabType) : type (tabType)
     }
 }
 
-void WaveformMarkerTab::mouseEnter (const juce::MouseEvent&) { setMouseCursor (cursor); }
-void WaveformMarkerTab::mouseExit (const juce::MouseEvent&) { setMouseCursor (juce::MouseCursor::NormalCursor); }
-void WaveformMarkerTab::mouseDown (const juce::MouseEvent& e) { dragStartX = e.x; }
+void WaveformMarkerTab::mouseEnter (const juce::MouseEvent&)
+{
+    setMouseCursor (cursor);
+}
+void WaveformMarkerTab::mouseExit (const juce::MouseEvent&)
+{
+    setMouseCursor (juce::MouseCursor::NormalCursor);
+}
+void WaveformMarkerTab::mouseDown (const juce::MouseEvent& e)
+{
+    dragStartX = e.x;
+}
 
 void WaveformMarkerTab::mouseDrag (const juce::MouseEvent& e)
 {

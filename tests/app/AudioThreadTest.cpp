@@ -22,148 +22,175 @@ using Kind = RealtimeWatch::Kind;
 
 namespace
 {
-    // The application's content with the device's callback watched: every call a real-time
-    // thread must not make, made inside the application's block, counts. A positive control can
-    // add one such call of its own to each block.
-    struct WatchedApp : DeviceApp
+// The application's content with the device's callback watched: every call a real-time
+// thread must not make, made inside the application's block, counts. A positive control can
+// add one such call of its own to each block.
+struct WatchedApp : DeviceApp
+{
+    WatchedApp() { openOutputDevice(); }
+
+    void runBlock (const juce::AudioSourceChannelInfo& info) override
     {
-        WatchedApp() { openOutputDevice(); }
+        RealtimeWatch::Scope watch;
+        DeviceApp::runBlock (info);
 
-        void runBlock (const juce::AudioSourceChannelInfo& info) override
-        {
-            RealtimeWatch::Scope watch;
-            DeviceApp::runBlock (info);
-
-            if (auto* fault = misbehave.load())
-                fault();
-        }
-
-        // Written by the test's thread, read by the device's.
-        std::atomic<void (*)()> misbehave { nullptr };
-    };
-
-    bool haveJack() { return std::getenv ("JACK_DEFAULT_SERVER") != nullptr; }
-
-    // What the positive controls use, made before the callback touches it.
-    struct ControlResources
-    {
-        ControlResources()
-        {
-            sem_init (&semaphore, 0, 0);
-            socketpair (AF_UNIX, SOCK_STREAM, 0, pair);
-            udp = socket (AF_INET, SOCK_DGRAM, 0);
-            nullFile = std::fopen ("/dev/null", "w");
-        }
-
-        ~ControlResources()
-        {
-            std::fclose (nullFile);
-            ::close (udp);
-            ::close (pair[0]);
-            ::close (pair[1]);
-            ::close (nullFd);
-            sem_destroy (&semaphore);
-            pthread_rwlock_destroy (&rwlock);
-            pthread_cond_destroy (&condition);
-            pthread_mutex_destroy (&conditionMutex);
-        }
-
-        std::mutex mutex;
-        pthread_rwlock_t rwlock = PTHREAD_RWLOCK_INITIALIZER;
-        sem_t semaphore {};
-        pthread_mutex_t conditionMutex = PTHREAD_MUTEX_INITIALIZER;
-        pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
-        int nullFd = ::open ("/dev/null", O_RDWR);
-        int pair[2] { -1, -1 };
-        int udp = -1;
-        FILE* nullFile = nullptr;
-    };
-
-    ControlResources* resources = nullptr;
-
-    timespec now()
-    {
-        timespec t {};
-        clock_gettime (CLOCK_REALTIME, &t);
-        return t;
+        if (auto* fault = misbehave.load())
+            fault();
     }
 
-    struct Control
-    {
-        const char* functions; // the watched functions it calls, space separated; empty for allocations
-        Kind kind;
-        void (*fault)();
-    };
+    // Written by the test's thread, read by the device's.
+    std::atomic<void (*)()> misbehave { nullptr };
+};
 
-    // One of each kind of call the watch must see, made the way real code makes it.
-    const Control controls[] = {
-        { "", Kind::allocation, [] {
-              auto* p = new int (1);
-              asm volatile ("" : : "r"(p) : "memory");
-              delete p;
-          } },
-        { "pthread_mutex_lock", Kind::lock, [] { const std::scoped_lock lock (resources->mutex); } },
-        { "pthread_rwlock_rdlock", Kind::lock, [] {
-              pthread_rwlock_rdlock (&resources->rwlock);
-              pthread_rwlock_unlock (&resources->rwlock);
-          } },
-        { "pthread_rwlock_wrlock", Kind::lock, [] {
-              pthread_rwlock_wrlock (&resources->rwlock);
-              pthread_rwlock_unlock (&resources->rwlock);
-          } },
-        { "sem_wait", Kind::wait, [] {
-              sem_post (&resources->semaphore);
-              sem_wait (&resources->semaphore);
-          } },
-        { "sem_timedwait", Kind::wait, [] {
-              sem_post (&resources->semaphore);
-              const auto deadline = now();
-              sem_timedwait (&resources->semaphore, &deadline);
-          } },
-        // Returns at the next signal, which a helper thread sends every half millisecond.
-        { "pthread_cond_wait", Kind::wait, [] {
-              pthread_mutex_lock (&resources->conditionMutex);
-              pthread_cond_wait (&resources->condition, &resources->conditionMutex);
-              pthread_mutex_unlock (&resources->conditionMutex);
-          } },
-        { "pthread_cond_timedwait", Kind::wait, [] {
-              pthread_mutex_lock (&resources->conditionMutex);
-              const auto deadline = now();
-              pthread_cond_timedwait (&resources->condition, &resources->conditionMutex, &deadline);
-              pthread_mutex_unlock (&resources->conditionMutex);
-          } },
-        { "nanosleep", Kind::sleep, [] {
-              const timespec zero {};
-              nanosleep (&zero, nullptr);
-          } },
-        { "clock_nanosleep", Kind::sleep, [] {
-              const timespec zero {};
-              clock_nanosleep (CLOCK_MONOTONIC, 0, &zero, nullptr);
-          } },
-        { "usleep", Kind::sleep, [] { usleep (0); } },
-        { "sched_yield", Kind::sleep, [] { sched_yield(); } },
-        { "open read close", Kind::io, [] {
-              const int fd = ::open ("/dev/zero", O_RDONLY);
-              char byte = 0;
-              [[maybe_unused]] const auto n = ::read (fd, &byte, 1);
-              ::close (fd);
-          } },
-        { "write", Kind::io, [] { [[maybe_unused]] const auto n = ::write (resources->nullFd, "x", 1); } },
-        { "fwrite", Kind::io, [] { std::fwrite ("x", 1, 1, resources->nullFile); } },
-        { "socket", Kind::io, [] { ::close (::socket (AF_INET, SOCK_DGRAM, 0)); } },
-        { "connect", Kind::io, [] {
-              sockaddr_in address {};
-              address.sin_family = AF_INET;
-              address.sin_port = htons (9);
-              address.sin_addr.s_addr = htonl (INADDR_LOOPBACK);
-              ::connect (resources->udp, reinterpret_cast<const sockaddr*> (&address), sizeof (address));
-          } },
-        { "send recv", Kind::io, [] {
-              char byte = 0;
-              ::send (resources->pair[0], "x", 1, 0);
-              ::recv (resources->pair[1], &byte, 1, 0);
-          } },
-    };
+bool haveJack()
+{
+    return std::getenv ("JACK_DEFAULT_SERVER") != nullptr;
+}
+
+// What the positive controls use, made before the callback touches it.
+struct ControlResources
+{
+    ControlResources()
+    {
+        sem_init (&semaphore, 0, 0);
+        socketpair (AF_UNIX, SOCK_STREAM, 0, pair);
+        udp = socket (AF_INET, SOCK_DGRAM, 0);
+        nullFile = std::fopen ("/dev/null", "w");
+    }
+
+    ~ControlResources()
+    {
+        std::fclose (nullFile);
+        ::close (udp);
+        ::close (pair[0]);
+        ::close (pair[1]);
+        ::close (nullFd);
+        sem_destroy (&semaphore);
+        pthread_rwlock_destroy (&rwlock);
+        pthread_cond_destroy (&condition);
+        pthread_mutex_destroy (&conditionMutex);
+    }
+
+    std::mutex mutex;
+    pthread_rwlock_t rwlock = PTHREAD_RWLOCK_INITIALIZER;
+    sem_t semaphore {};
+    pthread_mutex_t conditionMutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
+    int nullFd = ::open ("/dev/null", O_RDWR);
+    int pair[2] { -1, -1 };
+    int udp = -1;
+    FILE* nullFile = nullptr;
+};
+
+ControlResources* resources = nullptr;
+
+timespec now()
+{
+    timespec t {};
+    clock_gettime (CLOCK_REALTIME, &t);
+    return t;
+}
+
+struct Control
+{
+    const char* functions; // the watched functions it calls, space separated; empty for allocations
+    Kind kind;
+    void (*fault)();
+};
+
+// One of each kind of call the watch must see, made the way real code makes it.
+const Control controls[] = {
+    { "", Kind::allocation,
+      []
+      {
+          auto* p = new int (1);
+          asm volatile("" : : "r"(p) : "memory");
+          delete p;
+      } },
+    { "pthread_mutex_lock", Kind::lock, [] { const std::scoped_lock lock (resources->mutex); } },
+    { "pthread_rwlock_rdlock", Kind::lock,
+      []
+      {
+          pthread_rwlock_rdlock (&resources->rwlock);
+          pthread_rwlock_unlock (&resources->rwlock);
+      } },
+    { "pthread_rwlock_wrlock", Kind::lock,
+      []
+      {
+          pthread_rwlock_wrlock (&resources->rwlock);
+          pthread_rwlock_unlock (&resources->rwlock);
+      } },
+    { "sem_wait", Kind::wait,
+      []
+      {
+          sem_post (&resources->semaphore);
+          sem_wait (&resources->semaphore);
+      } },
+    { "sem_timedwait", Kind::wait,
+      []
+      {
+          sem_post (&resources->semaphore);
+          const auto deadline = now();
+          sem_timedwait (&resources->semaphore, &deadline);
+      } },
+    // Returns at the next signal, which a helper thread sends every half millisecond.
+    { "pthread_cond_wait", Kind::wait,
+      []
+      {
+          pthread_mutex_lock (&resources->conditionMutex);
+          pthread_cond_wait (&resources->condition, &resources->conditionMutex);
+          pthread_mutex_unlock (&resources->conditionMutex);
+      } },
+    { "pthread_cond_timedwait", Kind::wait,
+      []
+      {
+          pthread_mutex_lock (&resources->conditionMutex);
+          const auto deadline = now();
+          pthread_cond_timedwait (&resources->condition, &resources->conditionMutex, &deadline);
+          pthread_mutex_unlock (&resources->conditionMutex);
+      } },
+    { "nanosleep", Kind::sleep,
+      []
+      {
+          const timespec zero {};
+          nanosleep (&zero, nullptr);
+      } },
+    { "clock_nanosleep", Kind::sleep,
+      []
+      {
+          const timespec zero {};
+          clock_nanosleep (CLOCK_MONOTONIC, 0, &zero, nullptr);
+      } },
+    { "usleep", Kind::sleep, [] { usleep (0); } },
+    { "sched_yield", Kind::sleep, [] { sched_yield(); } },
+    { "open read close", Kind::io,
+      []
+      {
+          const int fd = ::open ("/dev/zero", O_RDONLY);
+          char byte = 0;
+          [[maybe_unused]] const auto n = ::read (fd, &byte, 1);
+          ::close (fd);
+      } },
+    { "write", Kind::io, [] { [[maybe_unused]] const auto n = ::write (resources->nullFd, "x", 1); } },
+    { "fwrite", Kind::io, [] { std::fwrite ("x", 1, 1, resources->nullFile); } },
+    { "socket", Kind::io, [] { ::close (::socket (AF_INET, SOCK_DGRAM, 0)); } },
+    { "connect", Kind::io,
+      []
+      {
+          sockaddr_in address {};
+          address.sin_family = AF_INET;
+          address.sin_port = htons (9);
+          address.sin_addr.s_addr = htonl (INADDR_LOOPBACK);
+          ::connect (resources->udp, reinterpret_cast<const sockaddr*> (&address), sizeof (address));
+      } },
+    { "send recv", Kind::io,
+      []
+      {
+          char byte = 0;
+          ::send (resources->pair[0], "x", 1, 0);
+          ::recv (resources->pair[1], &byte, 1, 0);
+      } },
+};
 }
 
 TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
@@ -180,15 +207,17 @@ TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
     ASSERT_TRUE (app.waitForCallbacks (10)) << "the device's callback isn't running";
 
     std::atomic<bool> signalling { true };
-    std::thread signaller ([&] {
-        while (signalling.load())
+    std::thread signaller (
+        [&]
         {
-            pthread_mutex_lock (&made.conditionMutex);
-            pthread_cond_signal (&made.condition);
-            pthread_mutex_unlock (&made.conditionMutex);
-            usleep (500);
-        }
-    });
+            while (signalling.load())
+            {
+                pthread_mutex_lock (&made.conditionMutex);
+                pthread_cond_signal (&made.condition);
+                pthread_mutex_unlock (&made.conditionMutex);
+                usleep (500);
+            }
+        });
 
     // A clean callback counts nothing, so each control's count is its own.
     RealtimeWatch::reset();
@@ -228,7 +257,8 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
 
     // A long stereo track at another rate than the device's, a short one whose end hands over to
     // the next row through Play-Next, and a mono one.
-    const auto make = [&] (const char* name, double rate, int channels, double seconds) {
+    const auto make = [&] (const char* name, double rate, int channels, double seconds)
+    {
         return writeWav (temp.file (name), rate, channels, (int) (rate * seconds),
                          [rate] (int c, int i) { return sweep (c, i, rate); });
     };
@@ -249,9 +279,10 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     RealtimeWatch::reset();
     const auto before = app.callbacks.load();
     const auto playing = [&] { return pumpUntil ([&] { return deck->engine.isPlaying(); }, 2000); };
-    const auto playingTrack = [&] (const juce::File& f) {
-        return pumpUntil ([&] { return deck->engine.isPlaying() && deck->trackDeck.getCurrentTrackPath() == f.getFullPathName(); },
-                          4000);
+    const auto playingTrack = [&] (const juce::File& f)
+    {
+        return pumpUntil (
+            [&] { return deck->engine.isPlaying() && deck->trackDeck.getCurrentTrackPath() == f.getFullPathName(); }, 4000);
     };
 
     deck->trackDeck.playButtonClicked();

@@ -11,48 +11,47 @@ using namespace MarlodeTest;
 
 namespace
 {
-    using K = juce::KeyPress;
-    constexpr int cmd = juce::ModifierKeys::commandModifier, shift = juce::ModifierKeys::shiftModifier;
+using K = juce::KeyPress;
+constexpr int cmd = juce::ModifierKeys::commandModifier, shift = juce::ModifierKeys::shiftModifier;
 
-    struct CommandsTest : ::testing::Test
+struct CommandsTest : ::testing::Test
+{
+    TempFolder temp;
+    AlertRecorder alerts;
+    MainAudioAppComponent app { false };
+
+    void SetUp() override { app.setSize (850, 760); }
+
+    MainComponent& deck() { return *app.getCurrentDeck(); }
+
+    // A key as the window delivers it when no child takes it.
+    void press (int code, int modifiers = 0)
     {
-        TempFolder temp;
-        AlertRecorder alerts;
-        MainAudioAppComponent app { false };
+        ASSERT_TRUE (app.commandManager.getKeyMappings()->keyPressed (K (code, modifiers, 0), &app))
+            << "no command for key " << code;
+    }
 
-        void SetUp() override { app.setSize (850, 760); }
+    double position() { return deck().engine.getPosition(); }
 
-        MainComponent& deck() { return *app.getCurrentDeck(); }
+    void seekTo (double seconds) { deck().engine.transport.setPosition (seconds); }
 
-        // A key as the window delivers it when no child takes it.
-        void press (int code, int modifiers = 0)
-        {
-            ASSERT_TRUE (app.commandManager.getKeyMappings()->keyPressed (K (code, modifiers, 0), &app)) << "no command for key " << code;
-        }
+    // A 60 s track on the current deck, Auto-Play off, blocks flowing.
+    std::unique_ptr<FakeDevice> loadMinute()
+    {
+        deck().trackDeck.audioDeviceAvailable = true;
+        deck().waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
+        const auto file = writeWav (
+            temp.file ("minute.wav"), 44100.0, 2, 44100 * 60, [] (int, int) { return 0.1f; }, 16);
+        deck().openFiles ({ file });
+        EXPECT_TRUE (pumpUntil ([&] { return deck().waveform.isTrackLoaded(); }, 3000));
+        return std::make_unique<FakeDevice> ([this] (const juce::AudioSourceChannelInfo& info) { app.getNextAudioBlock (info); });
+    }
 
-        double position() { return deck().engine.getPosition(); }
-
-        void seekTo (double seconds)
-        {
-            deck().engine.transport.setPosition (seconds);
-        }
-
-        // A 60 s track on the current deck, Auto-Play off, blocks flowing.
-        std::unique_ptr<FakeDevice> loadMinute()
-        {
-            deck().trackDeck.audioDeviceAvailable = true;
-            deck().waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-            const auto file = writeWav (temp.file ("minute.wav"), 44100.0, 2, 44100 * 60, [] (int, int) { return 0.1f; }, 16);
-            deck().openFiles ({ file });
-            EXPECT_TRUE (pumpUntil ([&] { return deck().waveform.isTrackLoaded(); }, 3000));
-            return std::make_unique<FakeDevice> ([this] (const juce::AudioSourceChannelInfo& info) { app.getNextAudioBlock (info); });
-        }
-
-        void waitForState (TransportState s)
-        {
-            EXPECT_TRUE (pumpUntil ([&] { return deck().trackDeck.getState() == s; }, 2000));
-        }
-    };
+    void waitForState (TransportState s)
+    {
+        EXPECT_TRUE (pumpUntil ([&] { return deck().trackDeck.getState() == s; }, 2000));
+    }
+};
 }
 
 TEST_F (CommandsTest, EveryCommandHasItsOwnKeyAndOneTarget)

@@ -53,9 +53,9 @@ TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
         pumpMessages (60);
         ASSERT_TRUE (pumpUntil ([&] { return app.masterEngine.getPreviousDeck() == nullptr; }, 2000))
             << "step " << step << ": the deck handing over is in state "
-            << (int) app.masterEngine.getPreviousDeck()->getPlayState() << ", playing " << app.masterEngine.getPreviousDeck()->isPlaying()
-            << ", sounding " << app.masterEngine.getPreviousDeck()->transport.isSounding() << "; current "
-            << app.decks.indexOf (current());
+            << (int) app.masterEngine.getPreviousDeck()->getPlayState() << ", playing "
+            << app.masterEngine.getPreviousDeck()->isPlaying() << ", sounding "
+            << app.masterEngine.getPreviousDeck()->transport.isSounding() << "; current " << app.decks.indexOf (current());
         const auto state = current()->trackDeck.getState();
 
         if (state == TransportState::Playing)
@@ -69,9 +69,12 @@ TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
 
         switch (random.nextInt (12))
         {
-            case 0: case 1: case 2: player.playButtonClicked(); break;
+            case 0:
+            case 1:
+            case 2: player.playButtonClicked(); break;
             case 3: player.stopButtonClicked(); break;
-            case 4: case 5: player.seek (random.nextDouble() * 3.2); break;
+            case 4:
+            case 5: player.seek (random.nextDouble() * 3.2); break;
             case 6: player.loadTrack (files[random.nextInt (files.size())]); break;
             case 7: app.deckButtons[random.nextInt (app.deckButtons.size())]->triggerClick(); break;
             case 8:

@@ -17,83 +17,86 @@ using namespace MarlodeTest;
 
 namespace
 {
-    sockaddr_un addressOf (const juce::File& socket)
+sockaddr_un addressOf (const juce::File& socket)
+{
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    std::strcpy (address.sun_path, socket.getFullPathName().toRawUTF8());
+    return address;
+}
+
+// A client that speaks the wire format by hand, or doesn't speak at all.
+struct RawClient
+{
+    explicit RawClient (const juce::File& socket)
     {
-        sockaddr_un address {};
-        address.sun_family = AF_UNIX;
-        std::strcpy (address.sun_path, socket.getFullPathName().toRawUTF8());
-        return address;
-    }
-
-    // A client that speaks the wire format by hand, or doesn't speak at all.
-    struct RawClient
-    {
-        explicit RawClient (const juce::File& socket)
-        {
-            const auto address = addressOf (socket);
-            fd = ::socket (AF_UNIX, SOCK_STREAM, 0);
-            connected = ::connect (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)) == 0;
-        }
-
-        ~RawClient() { ::close (fd); }
-
-        void send (const std::string& bytes) const { (void) ::send (fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
-
-        // Ends the message and returns the instance's answer, or 0 when none came.
-        char finish() const
-        {
-            ::shutdown (fd, SHUT_WR);
-            const timeval wait { 10, 0 };
-            ::setsockopt (fd, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof (wait));
-            char answer = 0;
-            return ::recv (fd, &answer, 1, 0) == 1 ? answer : 0;
-        }
-
-        int fd = -1;
-        bool connected = false;
-    };
-
-    // Lists as the first instance's receiver gets them.
-    struct Received
-    {
-        std::vector<juce::StringArray> lists;
-
-        void listenTo (InstanceChannel& channel)
-        {
-            channel.setReceiver ([this] (const juce::StringArray& paths) { lists.push_back (paths); });
-        }
-
-        bool waitFor (size_t count, int timeoutMs = 5000)
-        {
-            return pumpUntil ([&] { return lists.size() >= count; }, timeoutMs);
-        }
-    };
-
-    void leaveACrashedSocket (const juce::File& socket)
-    {
-        // Bind and close without unlinking: what a killed process leaves behind.
-        const auto fd = ::socket (AF_UNIX, SOCK_STREAM, 0);
         const auto address = addressOf (socket);
-        ASSERT_EQ (::bind (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)), 0);
-        ::close (fd);
+        fd = ::socket (AF_UNIX, SOCK_STREAM, 0);
+        connected = ::connect (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)) == 0;
     }
 
-    juce::String utf8 (const char* text) { return juce::String (juce::CharPointer_UTF8 (text)); }
+    ~RawClient() { ::close (fd); }
 
-    // A running first instance on a private socket, its lists collected.
-    struct RunningInstance : ::testing::Test
+    void send (const std::string& bytes) const { (void) ::send (fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); }
+
+    // Ends the message and returns the instance's answer, or 0 when none came.
+    char finish() const
     {
-        TempFolder temp;
-        juce::File socket = temp.file ("instance.sock");
-        InstanceChannel first { socket };
-        Received received;
+        ::shutdown (fd, SHUT_WR);
+        const timeval wait { 10, 0 };
+        ::setsockopt (fd, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof (wait));
+        char answer = 0;
+        return ::recv (fd, &answer, 1, 0) == 1 ? answer : 0;
+    }
 
-        void SetUp() override
-        {
-            ASSERT_EQ (first.claim ({}), Role::first);
-            received.listenTo (first);
-        }
-    };
+    int fd = -1;
+    bool connected = false;
+};
+
+// Lists as the first instance's receiver gets them.
+struct Received
+{
+    std::vector<juce::StringArray> lists;
+
+    void listenTo (InstanceChannel& channel)
+    {
+        channel.setReceiver ([this] (const juce::StringArray& paths) { lists.push_back (paths); });
+    }
+
+    bool waitFor (size_t count, int timeoutMs = 5000)
+    {
+        return pumpUntil ([&] { return lists.size() >= count; }, timeoutMs);
+    }
+};
+
+void leaveACrashedSocket (const juce::File& socket)
+{
+    // Bind and close without unlinking: what a killed process leaves behind.
+    const auto fd = ::socket (AF_UNIX, SOCK_STREAM, 0);
+    const auto address = addressOf (socket);
+    ASSERT_EQ (::bind (fd, reinterpret_cast<const sockaddr*> (&address), sizeof (address)), 0);
+    ::close (fd);
+}
+
+juce::String utf8 (const char* text)
+{
+    return juce::String (juce::CharPointer_UTF8 (text));
+}
+
+// A running first instance on a private socket, its lists collected.
+struct RunningInstance : ::testing::Test
+{
+    TempFolder temp;
+    juce::File socket = temp.file ("instance.sock");
+    InstanceChannel first { socket };
+    Received received;
+
+    void SetUp() override
+    {
+        ASSERT_EQ (first.claim ({}), Role::first);
+        received.listenTo (first);
+    }
+};
 } // namespace
 
 TEST (InstanceChannel, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
@@ -112,7 +115,9 @@ TEST (InstanceChannel, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
                                       "/t/tab\there.wav",
                                       "/n/new\nline.wav",
                                       "/-/-leading dash.flac",
-                                      utf8 ("/u/\xc3\x9cn\xc3\xaf" "c\xc3\xb8" "d\xc3\xa9 \xe2\x99\xab \xe6\x97\xa5\xe6\x9c\xac.ogg"),
+                                      utf8 ("/u/\xc3\x9cn\xc3\xaf"
+                                            "c\xc3\xb8"
+                                            "d\xc3\xa9 \xe2\x99\xab \xe6\x97\xa5\xe6\x9c\xac.ogg"),
                                       "/b/back\\slash.wav",
                                       "/s/trailing space .wav ",
                                       "/sh/$(HOME) `x` ;&|*?.mp3",
@@ -141,7 +146,9 @@ TEST (InstanceChannel, ArgumentsBecomeAbsoluteWithEveryCharacterKeptAndALongPath
     const auto deep = temp.file (juce::String::repeatedString ("d", 120)).getChildFile ("instance.sock");
     EXPECT_EQ (InstanceChannel (deep).claim ({ "/x.wav" }), Role::unavailable);
 
-    const juce::StringArray arguments { "song.wav", "-lead.wav", "~not-home.wav", "/abs/x.wav", "", "sub/../y.wav", "a\tb c\n.wav" };
+    const juce::StringArray arguments {
+        "song.wav", "-lead.wav", "~not-home.wav", "/abs/x.wav", "", "sub/../y.wav", "a\tb c\n.wav"
+    };
     EXPECT_EQ (InstanceChannel::absolutePaths (arguments, juce::File ("/home/user/music")),
                juce::StringArray ({ "/home/user/music/song.wav", "/home/user/music/-lead.wav", "/home/user/music/~not-home.wav",
                                     "/abs/x.wav", "/home/user/music/sub/../y.wav", "/home/user/music/a\tb c\n.wav" }));
@@ -170,25 +177,26 @@ TEST (InstanceChannel, SimultaneousLaunchesMakeOneFirstAndLoseNoList)
         std::vector<std::thread> threads;
 
         for (int i = 0; i < launches; ++i)
-            threads.emplace_back ([&, i]
-                                  {
-                                      auto channel = std::make_unique<InstanceChannel> (socket);
-                                      ++ready;
-                                      while (ready < launches)
-                                          std::this_thread::yield();
+            threads.emplace_back (
+                [&, i]
+                {
+                    auto channel = std::make_unique<InstanceChannel> (socket);
+                    ++ready;
+                    while (ready < launches)
+                        std::this_thread::yield();
 
-                                      const auto role = channel->claim ({ "/track/" + juce::String (i) });
+                    const auto role = channel->claim ({ "/track/" + juce::String (i) });
 
-                                      if (role == Role::handedOver)
-                                          ++handedOver;
+                    if (role == Role::handedOver)
+                        ++handedOver;
 
-                                      if (role == Role::first)
-                                      {
-                                          const std::lock_guard<std::mutex> guard (firstLock);
-                                          firsts.push_back (std::move (channel));
-                                          firstIndices.push_back (i);
-                                      }
-                                  });
+                    if (role == Role::first)
+                    {
+                        const std::lock_guard<std::mutex> guard (firstLock);
+                        firsts.push_back (std::move (channel));
+                        firstIndices.push_back (i);
+                    }
+                });
 
         for (auto& t : threads)
             t.join();
@@ -223,14 +231,15 @@ TEST_F (RunningInstance, SilentAndTricklingClientsDoNotHoldUpARealLaunch)
     RawClient trickle (socket);
     ASSERT_TRUE (trickle.connected);
     std::atomic<bool> stopTrickling { false };
-    std::thread trickler ([&]
-                          {
-                              for (int i = 0; i < 40 && ! stopTrickling; ++i)
-                              {
-                                  trickle.send ("/");
-                                  juce::Thread::sleep (300);
-                              }
-                          });
+    std::thread trickler (
+        [&]
+        {
+            for (int i = 0; i < 40 && ! stopTrickling; ++i)
+            {
+                trickle.send ("/");
+                juce::Thread::sleep (300);
+            }
+        });
 
     const auto start = juce::Time::getMillisecondCounter();
     std::atomic<int> role { -1 };
@@ -251,9 +260,9 @@ TEST_F (RunningInstance, SilentAndTricklingClientsDoNotHoldUpARealLaunch)
 
 TEST_F (RunningInstance, RefusesWhatIsNotAListOfAbsoluteUtf8Paths)
 {
-    for (const std::string& hostile : { std::string ("relative.wav\0", 13), std::string ("/no terminator"),
-                                        std::string ("/bad \xff\xfe utf-8") + '\0', std::string ("\0", 1),
-                                        std::string ("/a\0\0/b\0", 7), std::string (InstanceChannel::maxMessageBytes + 1, '/') })
+    for (const std::string& hostile :
+         { std::string ("relative.wav\0", 13), std::string ("/no terminator"), std::string ("/bad \xff\xfe utf-8") + '\0',
+           std::string ("\0", 1), std::string ("/a\0\0/b\0", 7), std::string (InstanceChannel::maxMessageBytes + 1, '/') })
     {
         RawClient client (socket);
         ASSERT_TRUE (client.connected);

@@ -8,41 +8,41 @@ using namespace MarlodeTest;
 
 namespace
 {
-    struct MasterPathTest : ::testing::Test
+struct MasterPathTest : ::testing::Test
+{
+    TempFolder temp;
+    AlertRecorder alerts;
+    MainAudioAppComponent app { false };
+    juce::AudioBuffer<float> buffer { 2, 512 };
+
+    void SetUp() override
     {
-        TempFolder temp;
-        AlertRecorder alerts;
-        MainAudioAppComponent app { false };
-        juce::AudioBuffer<float> buffer { 2, 512 };
+        app.setSize (850, 720);
+        app.prepareToPlay (512, 44100.0);
+    }
 
-        void SetUp() override
-        {
-            app.setSize (850, 720);
-            app.prepareToPlay (512, 44100.0);
-        }
+    // One device block, its buffer filled with `marker` first so an uncalled stage shows.
+    float block (float marker = 0.9f)
+    {
+        for (int c = 0; c < 2; ++c)
+            juce::FloatVectorOperations::fill (buffer.getWritePointer (c), marker, 512);
+        app.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
+        return buffer.getSample (0, 100);
+    }
 
-        // One device block, its buffer filled with `marker` first so an uncalled stage shows.
-        float block (float marker = 0.9f)
-        {
-            for (int c = 0; c < 2; ++c)
-                juce::FloatVectorOperations::fill (buffer.getWritePointer (c), marker, 512);
-            app.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
-            return buffer.getSample (0, 100);
-        }
-
-        void playConstant (MainComponent& deck, float value)
-        {
-            deck.trackDeck.audioDeviceAvailable = true;
-            deck.waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-            const auto f = writeWav (temp.file (juce::String (value) + ".wav"), 44100.0, 2, 44100 * 10,
-                                     [value] (int, int) { return value; });
-            deck.openFiles ({ f });
-            ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.hasTrack(); }, 2000));
-            ASSERT_TRUE (pumpUntil ([&] { return deck.engine.transport.getNumBufferedSamples() > 4096; }, 2000));
-            deck.trackDeck.playButtonClicked();
-            ASSERT_TRUE (pumpUntil ([&] { return deck.engine.isPlaying(); }, 1000));
-        }
-    };
+    void playConstant (MainComponent& deck, float value)
+    {
+        deck.trackDeck.audioDeviceAvailable = true;
+        deck.waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
+        const auto f =
+            writeWav (temp.file (juce::String (value) + ".wav"), 44100.0, 2, 44100 * 10, [value] (int, int) { return value; });
+        deck.openFiles ({ f });
+        ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.hasTrack(); }, 2000));
+        ASSERT_TRUE (pumpUntil ([&] { return deck.engine.transport.getNumBufferedSamples() > 4096; }, 2000));
+        deck.trackDeck.playButtonClicked();
+        ASSERT_TRUE (pumpUntil ([&] { return deck.engine.isPlaying(); }, 1000));
+    }
+};
 }
 
 TEST_F (MasterPathTest, ANewDeckWhileOnePlaysPausesItAndLetsItHandOver)
@@ -65,7 +65,15 @@ TEST_F (MasterPathTest, DeviceLossPausesAPlayingDeck)
     auto* deck = app.getCurrentDeck();
     playConstant (*deck, 0.5f);
     std::atomic<bool> done { false };
-    std::thread audio ([&] { while (! done) { block(); juce::Thread::sleep (2); } });
+    std::thread audio (
+        [&]
+        {
+            while (! done)
+            {
+                block();
+                juce::Thread::sleep (2);
+            }
+        });
 
     // The device manager has no device here: its change message means the device has gone.
     app.changeListenerCallback (&app.deviceManager);
@@ -85,7 +93,15 @@ TEST_F (MasterPathTest, QuitWhilePlayingStopsTheDeckFirst)
     deck->trackDeck.onQuitWhenStopped = [&] { quitCalled = true; };
 
     std::atomic<bool> done { false };
-    std::thread audio ([&] { while (! done) { block(); juce::Thread::sleep (2); } });
+    std::thread audio (
+        [&]
+        {
+            while (! done)
+            {
+                block();
+                juce::Thread::sleep (2);
+            }
+        });
     app.requestQuit();
     EXPECT_FALSE (quitCalled) << "the loop ends from the stop, not before it";
     ASSERT_TRUE (pumpUntil ([&] { return quitCalled; }, 2000));

@@ -9,11 +9,11 @@ using namespace MarlodeTest;
 
 namespace
 {
-    juce::String bluetoothWarning()
-    {
-        return "Bluetooth Headset output device chosen.\r\nAudio quality is significantly reduced with this output option. "
-               "Try choosing 'Headphones' instead if you notice audio quality is poor.";
-    }
+juce::String bluetoothWarning()
+{
+    return "Bluetooth Headset output device chosen.\r\nAudio quality is significantly reduced with this output option. "
+           "Try choosing 'Headphones' instead if you notice audio quality is poor.";
+}
 }
 
 TEST (OutputDevice, AHeadsetIsWarnedAboutAtEveryStartButOnlyByItsCapitalisedName)

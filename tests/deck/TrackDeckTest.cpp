@@ -8,30 +8,31 @@ using namespace MarlodeTest;
 
 namespace
 {
-    struct TrackDeckTest : ::testing::Test
+struct TrackDeckTest : ::testing::Test
+{
+    TempFolder temp;
+    AlertRecorder alerts;
+    DeckHarness h;
+
+    juce::File longTrack() // 60 s of a quiet tone: the markers need room
     {
-        TempFolder temp;
-        AlertRecorder alerts;
-        DeckHarness h;
+        return writeWav (
+            temp.file ("long.wav"), 44100.0, 1, 44100 * 60, [] (int, int i) { return 0.1f * (float) std::sin (i * 0.05); }, 16);
+    }
 
-        juce::File longTrack() // 60 s of a quiet tone: the markers need room
-        {
-            return writeWav (temp.file ("long.wav"), 44100.0, 1, 44100 * 60, [] (int, int i) { return 0.1f * (float) std::sin (i * 0.05); }, 16);
-        }
+    void setPosition (double seconds) { h.deck.engine.transport.setPosition (seconds); }
+    double position() { return h.deck.engine.getPosition(); }
 
-        void setPosition (double seconds) { h.deck.engine.transport.setPosition (seconds); }
-        double position() { return h.deck.engine.getPosition(); }
-
-        void setMarkers (bool replay, double replayTime, bool loop, double loopStart, double loopEnd)
-        {
-            auto& m = h.deck.engine.markers;
-            m.setReplayOn (replay);
-            m.setReplay (replayTime);
-            m.setLoopOn (loop);
-            m.setLoopEnd (loopEnd);
-            m.setLoopStart (loopStart);
-        }
-    };
+    void setMarkers (bool replay, double replayTime, bool loop, double loopStart, double loopEnd)
+    {
+        auto& m = h.deck.engine.markers;
+        m.setReplayOn (replay);
+        m.setReplay (replayTime);
+        m.setLoopOn (loop);
+        m.setLoopEnd (loopEnd);
+        m.setLoopStart (loopStart);
+    }
+};
 }
 
 TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
@@ -190,7 +191,8 @@ TEST_F (TrackDeckTest, BadFilesAreReportedAndLeaveTheDeckUsable)
     h.deck.openFiles ({ surround });
     pumpMessages (50);
     ASSERT_EQ (alerts.shown.size(), 1u);
-    EXPECT_EQ (alerts.shown[0].message, "This audio file has too many channels, application can only handle mono and stereo files.");
+    EXPECT_EQ (alerts.shown[0].message,
+               "This audio file has too many channels, application can only handle mono and stereo files.");
     EXPECT_EQ (h.player().getCurrentTrackPath(), good.getFullPathName()) << "the old track stays";
 
     // No device.
@@ -231,7 +233,8 @@ TEST_F (TrackDeckTest, InvalidExtensionsGetTheExactQuestionAndList)
 
 TEST_F (TrackDeckTest, HostileFilesLeaveTheLoadedTrackAsItWasWithTheUnreadableMessage)
 {
-    const auto good = writeWav (temp.file ("good.wav"), 44100.0, 2, 44100, [] (int, int) { return 0.1f; }, 16);
+    const auto good = writeWav (
+        temp.file ("good.wav"), 44100.0, 2, 44100, [] (int, int) { return 0.1f; }, 16);
     ASSERT_TRUE (h.load (good));
     FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
 

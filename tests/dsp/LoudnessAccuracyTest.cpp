@@ -12,124 +12,153 @@ using namespace Marlode;
 
 namespace
 {
-    struct Segment
+struct Segment
+{
+    double seconds, dBFS;
+};
+
+// A 1 kHz sine in both channels through segments of given level.
+juce::AudioBuffer<float> sineSegments (double rate, std::initializer_list<Segment> segments)
+{
+    int total = 0;
+    for (auto s : segments)
+        total += (int) (s.seconds * rate);
+
+    juce::AudioBuffer<float> b (2, total);
+    int i = 0;
+    for (auto s : segments)
     {
-        double seconds, dBFS;
-    };
-
-    // A 1 kHz sine in both channels through segments of given level.
-    juce::AudioBuffer<float> sineSegments (double rate, std::initializer_list<Segment> segments)
-    {
-        int total = 0;
-        for (auto s : segments)
-            total += (int) (s.seconds * rate);
-
-        juce::AudioBuffer<float> b (2, total);
-        int i = 0;
-        for (auto s : segments)
-        {
-            const auto amplitude = std::pow (10.0, s.dBFS / 20.0);
-            for (int n = 0; n < (int) (s.seconds * rate); ++n, ++i)
-                for (int c = 0; c < 2; ++c)
-                    b.setSample (c, i, (float) (amplitude * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate)));
-        }
-        return b;
-    }
-
-    // Three minutes of music-like material: filtered noise whose level wanders by phrases.
-    juce::AudioBuffer<float> wanderingNoise (double rate)
-    {
-        const int n = (int) (180.0 * rate);
-        juce::AudioBuffer<float> b (2, n);
-        juce::Random random (42);
-        double lowL = 0.0, lowR = 0.0;
-        for (int i = 0; i < n; ++i)
-        {
-            const auto t = i / rate;
-            const auto envelope = 0.05 + 0.25 * (0.5 + 0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 23.0))
-                                  * (0.6 + 0.4 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 3.7));
-            lowL += 0.05 * (random.nextFloat() * 2.0 - 1.0 - lowL);
-            lowR += 0.05 * (random.nextFloat() * 2.0 - 1.0 - lowR);
-            b.setSample (0, i, (float) (envelope * (lowL * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
-            b.setSample (1, i, (float) (envelope * (lowR * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
-        }
-        return b;
-    }
-
-    struct Readings
-    {
-        double integrated = -300, range = 0, maxMomentary = -300, maxShortTerm = -300;
-    };
-
-    Readings ours (const juce::AudioBuffer<float>& audio, double rate, int blockSize, int requestRate)
-    {
-        Ebu128LoudnessMeter meter;
-        meter.prepareToPlay (rate, 2, blockSize, requestRate);
-        juce::AudioBuffer<float> block (2, blockSize);
-
-        for (int start = 0; start + blockSize <= audio.getNumSamples(); start += blockSize)
-        {
+        const auto amplitude = std::pow (10.0, s.dBFS / 20.0);
+        for (int n = 0; n < (int) (s.seconds * rate); ++n, ++i)
             for (int c = 0; c < 2; ++c)
-                block.copyFrom (c, 0, audio, c, start, blockSize);
-            meter.processBlock (juce::AudioSourceChannelInfo (&block, 0, blockSize));
-        }
+                b.setSample (c, i, (float) (amplitude * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate)));
+    }
+    return b;
+}
 
-        return { meter.getIntegratedLoudness(), meter.getLoudnessRange(), meter.getMaximumMomentaryLoudness(),
-                 meter.getMaximumShortTermLoudness() };
+// Three minutes of music-like material: filtered noise whose level wanders by phrases.
+juce::AudioBuffer<float> wanderingNoise (double rate)
+{
+    const int n = (int) (180.0 * rate);
+    juce::AudioBuffer<float> b (2, n);
+    juce::Random random (42);
+    double lowL = 0.0, lowR = 0.0;
+    for (int i = 0; i < n; ++i)
+    {
+        const auto t = i / rate;
+        const auto envelope = 0.05
+                              + 0.25 * (0.5 + 0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 23.0))
+                                    * (0.6 + 0.4 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 3.7));
+        lowL += 0.05 * (random.nextFloat() * 2.0 - 1.0 - lowL);
+        lowR += 0.05 * (random.nextFloat() * 2.0 - 1.0 - lowR);
+        b.setSample (0, i, (float) (envelope * (lowL * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
+        b.setSample (1, i, (float) (envelope * (lowR * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
+    }
+    return b;
+}
+
+struct Readings
+{
+    double integrated = -300, range = 0, maxMomentary = -300, maxShortTerm = -300;
+};
+
+Readings ours (const juce::AudioBuffer<float>& audio, double rate, int blockSize, int requestRate)
+{
+    Ebu128LoudnessMeter meter;
+    meter.prepareToPlay (rate, 2, blockSize, requestRate);
+    juce::AudioBuffer<float> block (2, blockSize);
+
+    for (int start = 0; start + blockSize <= audio.getNumSamples(); start += blockSize)
+    {
+        for (int c = 0; c < 2; ++c)
+            block.copyFrom (c, 0, audio, c, start, blockSize);
+        meter.processBlock (juce::AudioSourceChannelInfo (&block, 0, blockSize));
     }
 
-    Readings reference (const juce::AudioBuffer<float>& audio, double rate)
+    return { meter.getIntegratedLoudness(), meter.getLoudnessRange(), meter.getMaximumMomentaryLoudness(),
+             meter.getMaximumShortTermLoudness() };
+}
+
+Readings reference (const juce::AudioBuffer<float>& audio, double rate)
+{
+    auto* state = ebur128_init (2, (unsigned long) rate, EBUR128_MODE_I | EBUR128_MODE_LRA | EBUR128_MODE_M | EBUR128_MODE_S);
+    std::vector<float> interleaved;
+    const int hop = (int) (rate / 10); // momentary and short-term read every 100 ms
+    Readings r;
+
+    for (int start = 0; start + hop <= audio.getNumSamples(); start += hop)
     {
-        auto* state = ebur128_init (2, (unsigned long) rate, EBUR128_MODE_I | EBUR128_MODE_LRA | EBUR128_MODE_M | EBUR128_MODE_S);
-        std::vector<float> interleaved;
-        const int hop = (int) (rate / 10); // momentary and short-term read every 100 ms
-        Readings r;
+        interleaved.resize ((size_t) hop * 2);
+        for (int i = 0; i < hop; ++i)
+            for (int c = 0; c < 2; ++c)
+                interleaved[(size_t) (2 * i + c)] = audio.getSample (c, start + i);
 
-        for (int start = 0; start + hop <= audio.getNumSamples(); start += hop)
-        {
-            interleaved.resize ((size_t) hop * 2);
-            for (int i = 0; i < hop; ++i)
-                for (int c = 0; c < 2; ++c)
-                    interleaved[(size_t) (2 * i + c)] = audio.getSample (c, start + i);
-
-            ebur128_add_frames_float (state, interleaved.data(), (size_t) hop);
-            double m = -HUGE_VAL, s = -HUGE_VAL;
-            ebur128_loudness_momentary (state, &m);
-            ebur128_loudness_shortterm (state, &s);
-            r.maxMomentary = std::max (r.maxMomentary, m);
-            r.maxShortTerm = std::max (r.maxShortTerm, s);
-        }
-
-        ebur128_loudness_global (state, &r.integrated);
-        ebur128_loudness_range (state, &r.range);
-        ebur128_destroy (&state);
-        return r;
+        ebur128_add_frames_float (state, interleaved.data(), (size_t) hop);
+        double m = -HUGE_VAL, s = -HUGE_VAL;
+        ebur128_loudness_momentary (state, &m);
+        ebur128_loudness_shortterm (state, &s);
+        r.maxMomentary = std::max (r.maxMomentary, m);
+        r.maxShortTerm = std::max (r.maxShortTerm, s);
     }
 
-    struct Case
-    {
-        const char* name;
-        std::function<juce::AudioBuffer<float> (double rate)> make;
-        bool checkRange;
-    };
+    ebur128_loudness_global (state, &r.integrated);
+    ebur128_loudness_range (state, &r.range);
+    ebur128_destroy (&state);
+    return r;
+}
 
-    const Case cases[] = {
-        { "Sine1kAtMinus23", [] (double r) { return sineSegments (r, { { 20.0, -23.0 } }); }, false },
-        { "Sine1kAtMinus33", [] (double r) { return sineSegments (r, { { 20.0, -33.0 } }); }, false },
-        { "ThreeSegments", [] (double r) { return sineSegments (r, { { 10.0, -36.0 }, { 60.0, -23.0 }, { 10.0, -36.0 } }); }, false },
-        { "FiveSegments", [] (double r) { return sineSegments (r, { { 10.0, -72.0 }, { 10.0, -36.0 }, { 20.0, -23.0 }, { 10.0, -36.0 }, { 10.0, -72.0 } }); }, false },
-        { "RangeStepOf10", [] (double r) { return sineSegments (r, { { 20.0, -20.0 }, { 20.0, -30.0 } }); }, true },
-        { "RangeStepOf5", [] (double r) { return sineSegments (r, { { 20.0, -20.0 }, { 20.0, -15.0 } }); }, true },
-        { "RangeStepOf20", [] (double r) { return sineSegments (r, { { 20.0, -40.0 }, { 20.0, -20.0 } }); }, true },
-        { "WanderingNoise", [] (double r) { return wanderingNoise (r); }, true },
-    };
+struct Case
+{
+    const char* name;
+    std::function<juce::AudioBuffer<float> (double rate)> make;
+    bool checkRange;
+};
 
-    // The device's case (request rate 33) and the file analysis' (rate 20), at 44.1 and 48 kHz.
-    using Param = std::tuple<int, double, int>;
+const Case cases[] = {
+    { "Sine1kAtMinus23",
+      [] (double r) {
+          return sineSegments (r, { { 20.0, -23.0 } });
+      },
+      false },
+    { "Sine1kAtMinus33",
+      [] (double r) {
+          return sineSegments (r, { { 20.0, -33.0 } });
+      },
+      false },
+    { "ThreeSegments",
+      [] (double r) {
+          return sineSegments (r, { { 10.0, -36.0 }, { 60.0, -23.0 }, { 10.0, -36.0 } });
+      },
+      false },
+    { "FiveSegments",
+      [] (double r) {
+          return sineSegments (r, { { 10.0, -72.0 }, { 10.0, -36.0 }, { 20.0, -23.0 }, { 10.0, -36.0 }, { 10.0, -72.0 } });
+      },
+      false },
+    { "RangeStepOf10",
+      [] (double r) {
+          return sineSegments (r, { { 20.0, -20.0 }, { 20.0, -30.0 } });
+      },
+      true },
+    { "RangeStepOf5",
+      [] (double r) {
+          return sineSegments (r, { { 20.0, -20.0 }, { 20.0, -15.0 } });
+      },
+      true },
+    { "RangeStepOf20",
+      [] (double r) {
+          return sineSegments (r, { { 20.0, -40.0 }, { 20.0, -20.0 } });
+      },
+      true },
+    { "WanderingNoise", [] (double r) { return wanderingNoise (r); }, true },
+};
 
-    struct LoudnessAgainstLibebur128 : ::testing::TestWithParam<Param>
-    {
-    };
+// The device's case (request rate 33) and the file analysis' (rate 20), at 44.1 and 48 kHz.
+using Param = std::tuple<int, double, int>;
+
+struct LoudnessAgainstLibebur128 : ::testing::TestWithParam<Param>
+{
+};
 }
 
 TEST_P (LoudnessAgainstLibebur128, AgreesWithinTolerance)
@@ -230,7 +259,8 @@ TEST (TruePeakMeter, AgreesWithLibebur128OnInterSamplePeaksAndNoise)
             for (int start = 0; start + 512 <= n; start += 512)
                 meter.process (juce::AudioSourceChannelInfo (const_cast<juce::AudioBuffer<float>*> (audio), start, 512));
 
-            EXPECT_NEAR (meter.getPeakDb(), 20.0 * std::log10 (referencePeak), 0.5) << (audio == &sine ? "sine" : "noise") << " at " << rate;
+            EXPECT_NEAR (meter.getPeakDb(), 20.0 * std::log10 (referencePeak), 0.5)
+                << (audio == &sine ? "sine" : "noise") << " at " << rate;
         }
     }
 

@@ -6,15 +6,15 @@ using Marlode::MasterGainStage;
 
 namespace
 {
-    juce::AudioBuffer<float> noise (int channels, int n)
-    {
-        juce::AudioBuffer<float> b (channels, n);
-        juce::Random r (1234);
-        for (int c = 0; c < channels; ++c)
-            for (int i = 0; i < n; ++i)
-                b.setSample (c, i, r.nextFloat() * 2.0f - 1.0f);
-        return b;
-    }
+juce::AudioBuffer<float> noise (int channels, int n)
+{
+    juce::AudioBuffer<float> b (channels, n);
+    juce::Random r (1234);
+    for (int c = 0; c < channels; ++c)
+        for (int i = 0; i < n; ++i)
+            b.setSample (c, i, r.nextFloat() * 2.0f - 1.0f);
+    return b;
+}
 }
 
 TEST (MasterGainStage, UnityPassesBitForBit)

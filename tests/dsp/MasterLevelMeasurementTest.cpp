@@ -6,13 +6,13 @@ using Marlode::MasterLevelMeasurement;
 
 namespace
 {
-    void feed (MasterLevelMeasurement& m, float value, int n = 512)
-    {
-        juce::AudioBuffer<float> b (2, n);
-        for (int c = 0; c < 2; ++c)
-            juce::FloatVectorOperations::fill (b.getWritePointer (c), value, n);
-        m.process (juce::AudioSourceChannelInfo (&b, 0, n));
-    }
+void feed (MasterLevelMeasurement& m, float value, int n = 512)
+{
+    juce::AudioBuffer<float> b (2, n);
+    for (int c = 0; c < 2; ++c)
+        juce::FloatVectorOperations::fill (b.getWritePointer (c), value, n);
+    m.process (juce::AudioSourceChannelInfo (&b, 0, n));
+}
 }
 
 TEST (MasterLevelMeasurement, SignedMaximumAndFloor)

@@ -147,8 +147,7 @@ namespace
 juce::String findWindow (const juce::String& title, int timeoutMs, const AppProcess* app)
 {
     juce::StringArray found;
-    waitFor ([&] { return ! (found = windowsNamed (title, app)).isEmpty(); }, timeoutMs,
-             [] { juce::Thread::sleep (50); });
+    waitFor ([&] { return ! (found = windowsNamed (title, app)).isEmpty(); }, timeoutMs, [] { juce::Thread::sleep (50); });
     return found.isEmpty() ? juce::String() : found[0].trim();
 }
 

@@ -14,201 +14,215 @@ using namespace MarlodeTest;
 
 namespace
 {
-    // Where the layout puts things, for a main window of the given size: the resize border around
-    // the content, then the window's own bar and the master strip above the deck.
-    struct Layout
+// Where the layout puts things, for a main window of the given size: the resize border around
+// the content, then the window's own bar and the master strip above the deck.
+struct Layout
+{
+    int width, height;
+
+    static constexpr int border = 4, titleBar = 25, masterStrip = 50;
+    juce::Point<int> deckOrigin() const { return { border, border + titleBar + masterStrip }; }
+    int deckWidth() const { return width - 2 * border; }
+    int deckHeight() const { return height - 2 * border - titleBar - masterStrip; }
+
+    juce::Point<int> playButton() const
     {
-        int width, height;
-
-        static constexpr int border = 4, titleBar = 25, masterStrip = 50;
-        juce::Point<int> deckOrigin() const { return { border, border + titleBar + masterStrip }; }
-        int deckWidth() const { return width - 2 * border; }
-        int deckHeight() const { return height - 2 * border - titleBar - masterStrip; }
-
-        juce::Point<int> playButton() const
-        {
-            const int h = deckHeight(), iw = deckWidth() - 20, ih = h - 20 + 10;
-            const int upper = std::clamp ((int) (0.5f * (float) h), 300, h - 300);
-            const int strip = 25, uh = std::min (ih - strip, upper), bar = std::min (ih - strip - uh, 10);
-            const int ly = strip + uh + bar, lh = ih - ly, mw = 75, sp = iw - 150, ts = std::min (lh, 100);
-            const int rowTop = ly + lh - ts + 10 + 30, rowY = rowTop + (ly + lh - rowTop - 50) / 2;
-            const int transportX = mw + (sp - 400) / 2 + 5 + 210;
-            return deckOrigin() + juce::Point<int> (transportX + 50 + 25, rowY + 25);
-        }
-
-        juce::Point<int> stopButton() const { return playButton() + juce::Point<int> (50, 0); }
-        juce::Point<int> closeButton() const { return { width - border - titleBar, border + titleBar / 2 }; }
-
-        // Deck tab n (from 1), in the master strip's left end.
-        juce::Point<int> deckTab (int n) const { return { border + 8 + 30 * (n - 1) + 15, border + titleBar + masterStrip / 2 }; }
-    };
-
-    Layout windowLayout (const juce::String& windowId)
-    {
-        const auto geometry = run ({ "xdotool", "getwindowgeometry", windowId }).fromLastOccurrenceOf ("Geometry:", false, false).trim();
-        return { geometry.upToFirstOccurrenceOf ("x", false, false).getIntValue(),
-                 geometry.fromFirstOccurrenceOf ("x", false, false).getIntValue() };
+        const int h = deckHeight(), iw = deckWidth() - 20, ih = h - 20 + 10;
+        const int upper = std::clamp ((int) (0.5f * (float) h), 300, h - 300);
+        const int strip = 25, uh = std::min (ih - strip, upper), bar = std::min (ih - strip - uh, 10);
+        const int ly = strip + uh + bar, lh = ih - ly, mw = 75, sp = iw - 150, ts = std::min (lh, 100);
+        const int rowTop = ly + lh - ts + 10 + 30, rowY = rowTop + (ly + lh - rowTop - 50) / 2;
+        const int transportX = mw + (sp - 400) / 2 + 5 + 210;
+        return deckOrigin() + juce::Point<int> (transportX + 50 + 25, rowY + 25);
     }
 
-    void click (const juce::String& windowId, juce::Point<int> p) { clickAt (windowId, p.x, p.y); }
+    juce::Point<int> stopButton() const { return playButton() + juce::Point<int> (50, 0); }
+    juce::Point<int> closeButton() const { return { width - border - titleBar, border + titleBar / 2 }; }
 
-    struct Match
-    {
-        int fileOffset = -1; // where in the file the recording's first sounding sample lies
-        double correlation = 0.0;
-        int length = 0;
-    };
+    // Deck tab n (from 1), in the master strip's left end.
+    juce::Point<int> deckTab (int n) const { return { border + 8 + 30 * (n - 1) + 15, border + titleBar + masterStrip / 2 }; }
+};
 
-    // Finds the recording's sounding part in the file by FFT cross-correlation, then measures the
-    // normalised correlation of the whole aligned stretch.
-    Match align (const std::vector<float>& recording, const juce::AudioBuffer<float>& file)
-    {
-        Match m;
-        const auto first = std::find_if (recording.begin(), recording.end(), [] (float s) { return std::abs (s) > 1.0e-4f; });
-        const auto last = std::find_if (recording.rbegin(), recording.rend(), [] (float s) { return std::abs (s) > 1.0e-4f; });
-        if (first == recording.end())
-            return m;
+Layout windowLayout (const juce::String& windowId)
+{
+    const auto geometry =
+        run ({ "xdotool", "getwindowgeometry", windowId }).fromLastOccurrenceOf ("Geometry:", false, false).trim();
+    return { geometry.upToFirstOccurrenceOf ("x", false, false).getIntValue(),
+             geometry.fromFirstOccurrenceOf ("x", false, false).getIntValue() };
+}
 
-        const auto start = (int) (first - recording.begin());
-        const auto end = (int) (recording.rend() - last);
-        const int probeLength = std::min (8192, end - start);
-        const int fileLength = file.getNumSamples();
-        const int order = juce::roundToInt (std::ceil (std::log2 ((double) (fileLength + probeLength))));
-        const int size = 1 << order;
+void click (const juce::String& windowId, juce::Point<int> p)
+{
+    clickAt (windowId, p.x, p.y);
+}
 
-        juce::dsp::FFT fft (order);
-        std::vector<float> a ((size_t) size * 2, 0.0f), b ((size_t) size * 2, 0.0f);
-        std::copy (file.getReadPointer (0), file.getReadPointer (0) + fileLength, a.begin());
-        std::copy (recording.begin() + start, recording.begin() + start + probeLength, b.begin());
-        fft.performRealOnlyForwardTransform (a.data());
-        fft.performRealOnlyForwardTransform (b.data());
+struct Match
+{
+    int fileOffset = -1; // where in the file the recording's first sounding sample lies
+    double correlation = 0.0;
+    int length = 0;
+};
 
-        for (int k = 0; k < size; ++k)
-        {
-            const std::complex<float> x (a[(size_t) 2 * k], a[(size_t) 2 * k + 1]), y (b[(size_t) 2 * k], b[(size_t) 2 * k + 1]);
-            const auto product = x * std::conj (y);
-            a[(size_t) 2 * k] = product.real();
-            a[(size_t) 2 * k + 1] = product.imag();
-        }
-
-        fft.performRealOnlyInverseTransform (a.data());
-        m.fileOffset = (int) (std::max_element (a.begin(), a.begin() + (fileLength - probeLength)) - a.begin());
-
-        double sxy = 0.0, sxx = 0.0, syy = 0.0;
-        m.length = std::min (end - start, fileLength - m.fileOffset);
-        for (int i = 0; i < m.length; ++i)
-        {
-            const double x = recording[(size_t) (start + i)], y = file.getSample (0, m.fileOffset + i);
-            sxy += x * y;
-            sxx += x * x;
-            syy += y * y;
-        }
-
-        m.correlation = sxx > 0.0 && syy > 0.0 ? sxy / std::sqrt (sxx * syy) : 0.0;
+// Finds the recording's sounding part in the file by FFT cross-correlation, then measures the
+// normalised correlation of the whole aligned stretch.
+Match align (const std::vector<float>& recording, const juce::AudioBuffer<float>& file)
+{
+    Match m;
+    const auto first = std::find_if (recording.begin(), recording.end(), [] (float s) { return std::abs (s) > 1.0e-4f; });
+    const auto last = std::find_if (recording.rbegin(), recording.rend(), [] (float s) { return std::abs (s) > 1.0e-4f; });
+    if (first == recording.end())
         return m;
+
+    const auto start = (int) (first - recording.begin());
+    const auto end = (int) (recording.rend() - last);
+    const int probeLength = std::min (8192, end - start);
+    const int fileLength = file.getNumSamples();
+    const int order = juce::roundToInt (std::ceil (std::log2 ((double) (fileLength + probeLength))));
+    const int size = 1 << order;
+
+    juce::dsp::FFT fft (order);
+    std::vector<float> a ((size_t) size * 2, 0.0f), b ((size_t) size * 2, 0.0f);
+    std::copy (file.getReadPointer (0), file.getReadPointer (0) + fileLength, a.begin());
+    std::copy (recording.begin() + start, recording.begin() + start + probeLength, b.begin());
+    fft.performRealOnlyForwardTransform (a.data());
+    fft.performRealOnlyForwardTransform (b.data());
+
+    for (int k = 0; k < size; ++k)
+    {
+        const std::complex<float> x (a[(size_t) 2 * k], a[(size_t) 2 * k + 1]), y (b[(size_t) 2 * k], b[(size_t) 2 * k + 1]);
+        const auto product = x * std::conj (y);
+        a[(size_t) 2 * k] = product.real();
+        a[(size_t) 2 * k + 1] = product.imag();
     }
 
-    float peak (const std::vector<float>& v)
+    fft.performRealOnlyInverseTransform (a.data());
+    m.fileOffset = (int) (std::max_element (a.begin(), a.begin() + (fileLength - probeLength)) - a.begin());
+
+    double sxy = 0.0, sxx = 0.0, syy = 0.0;
+    m.length = std::min (end - start, fileLength - m.fileOffset);
+    for (int i = 0; i < m.length; ++i)
     {
-        float p = 0.0f;
-        for (auto s : v)
-            p = std::max (p, std::abs (s));
-        return p;
+        const double x = recording[(size_t) (start + i)], y = file.getSample (0, m.fileOffset + i);
+        sxy += x * y;
+        sxx += x * x;
+        syy += y * y;
     }
 
-    // A ThreadSanitizer build plays several times slower than real time, so tests that compare
-    // what JACK hears at set moments with the file can't hold there; the rest still run under it.
-   #if defined (__SANITIZE_THREAD__)
-    #define MARLODE_SKIP_WITHOUT_REAL_TIME() GTEST_SKIP() << "the player can't keep real time under ThreadSanitizer"
-   #else
-    #define MARLODE_SKIP_WITHOUT_REAL_TIME()
-   #endif
+    m.correlation = sxx > 0.0 && syy > 0.0 ? sxy / std::sqrt (sxx * syy) : 0.0;
+    return m;
+}
 
-    // Keys as a user types them: X focus to the window, then XTEST events.
-    void press (const juce::String& windowId, const juce::String& keys)
+float peak (const std::vector<float>& v)
+{
+    float p = 0.0f;
+    for (auto s : v)
+        p = std::max (p, std::abs (s));
+    return p;
+}
+
+// A ThreadSanitizer build plays several times slower than real time, so tests that compare
+// what JACK hears at set moments with the file can't hold there; the rest still run under it.
+#if defined(__SANITIZE_THREAD__)
+#define MARLODE_SKIP_WITHOUT_REAL_TIME() GTEST_SKIP() << "the player can't keep real time under ThreadSanitizer"
+#else
+#define MARLODE_SKIP_WITHOUT_REAL_TIME()
+#endif
+
+// Keys as a user types them: X focus to the window, then XTEST events.
+void press (const juce::String& windowId, const juce::String& keys)
+{
+    run ({ "xdotool", "windowfocus", "--sync", windowId });
+    run ({ "xdotool", "key", keys });
+}
+
+struct EndToEnd : ::testing::Test
+{
+    TempFolder temp;
+    juce::File home = temp.file ("home");
+    JackRecorder recorder;
+    juce::File track;
+    juce::AudioBuffer<float> trackAudio;
+    std::unique_ptr<AppProcess> app;
+    juce::String window;
+
+    void SetUp() override
     {
-        run ({ "xdotool", "windowfocus", "--sync", windowId });
-        run ({ "xdotool", "key", keys });
+        if (std::getenv ("DISPLAY") == nullptr || std::getenv ("JACK_DEFAULT_SERVER") == nullptr)
+            GTEST_SKIP() << "needs the test run's Xvfb and JACK (scripts/with-test-env.sh)";
+
+        ASSERT_TRUE (recorder.isOpen());
+        track = writeWav (temp.file ("sweep.wav"), recorder.getSampleRate(), 2, (int) recorder.getSampleRate() * 10,
+                          [this] (int c, int i) { return sweep (c, i, recorder.getSampleRate()); });
+        trackAudio = readAll (track);
     }
 
-    struct EndToEnd : ::testing::Test
+    // Starts Marlode with these arguments and waits for its window and its JACK ports.
+    void launch (const juce::StringArray& arguments)
     {
-        TempFolder temp;
-        juce::File home = temp.file ("home");
-        JackRecorder recorder;
-        juce::File track;
-        juce::AudioBuffer<float> trackAudio;
-        std::unique_ptr<AppProcess> app;
-        juce::String window;
+        app = std::make_unique<AppProcess> (arguments, home);
+        window = findMainWindow (20000, app.get());
+        ASSERT_TRUE (window.isNotEmpty()) << "no Marlode window appeared";
+        ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
+    }
 
-        void SetUp() override
-        {
-            if (std::getenv ("DISPLAY") == nullptr || std::getenv ("JACK_DEFAULT_SERVER") == nullptr)
-                GTEST_SKIP() << "needs the test run's Xvfb and JACK (scripts/with-test-env.sh)";
+    void quitWithCtrlQ()
+    {
+        press (window, "ctrl+q");
+        EXPECT_EQ (app->waitForExit (10000), 0);
+    }
 
-            ASSERT_TRUE (recorder.isOpen());
-            track = writeWav (temp.file ("sweep.wav"), recorder.getSampleRate(), 2, (int) recorder.getSampleRate() * 10,
-                              [this] (int c, int i) { return sweep (c, i, recorder.getSampleRate()); });
-            trackAudio = readAll (track);
-        }
+    size_t frames (int milliseconds) const { return (size_t) (recorder.getSampleRate() * milliseconds / 1000.0); }
 
-        // Starts Marlode with these arguments and waits for its window and its JACK ports.
-        void launch (const juce::StringArray& arguments)
-        {
-            app = std::make_unique<AppProcess> (arguments, home);
-            window = findMainWindow (20000, app.get());
-            ASSERT_TRUE (window.isNotEmpty()) << "no Marlode window appeared";
-            ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
-        }
+    // What JACK delivers over the next stretch of the player's time, which a loaded machine
+    // stretches on the wall clock.
+    std::vector<float> record (int milliseconds)
+    {
+        recorder.restart();
+        hear (milliseconds);
+        return recorder.take()[0];
+    }
 
-        void quitWithCtrlQ()
-        {
-            press (window, "ctrl+q");
-            EXPECT_EQ (app->waitForExit (10000), 0);
-        }
+    void hear (int milliseconds)
+    {
+        const auto target = recorder.framesTaken() + frames (milliseconds);
+        EXPECT_TRUE (waitFor ([&] { return recorder.framesTaken() >= target; }, milliseconds + 10000)) << "JACK stalled";
+    }
 
-        size_t frames (int milliseconds) const { return (size_t) (recorder.getSampleRate() * milliseconds / 1000.0); }
+    float peakOver (int milliseconds) { return peak (record (milliseconds)); }
 
-        // What JACK delivers over the next stretch of the player's time, which a loaded machine
-        // stretches on the wall clock.
-        std::vector<float> record (int milliseconds)
-        {
-            recorder.restart();
-            hear (milliseconds);
-            return recorder.take()[0];
-        }
+    // Waits until the last 100 ms that JACK delivered hold a peak that `holds`; the checks that
+    // follow say what went wrong if none came.
+    bool waitForRecentPeak (const std::function<bool (float)>& holds)
+    {
+        recorder.restart();
+        return waitFor ([&] { return recorder.framesTaken() >= frames (100) && holds (recorder.recentPeak (frames (100))); },
+                        10000);
+    }
 
-        void hear (int milliseconds)
-        {
-            const auto target = recorder.framesTaken() + frames (milliseconds);
-            EXPECT_TRUE (waitFor ([&] { return recorder.framesTaken() >= target; }, milliseconds + 10000)) << "JACK stalled";
-        }
+    bool waitForSound()
+    {
+        return waitForRecentPeak ([] (float p) { return p > 0.01f; });
+    }
+    bool waitForSilence()
+    {
+        return waitForRecentPeak ([] (float p) { return p < 1.0e-6f; });
+    }
+    bool waitForPeak (float amplitude)
+    {
+        return waitForRecentPeak ([=] (float p) { return std::abs (p - amplitude) < 0.01f; });
+    }
 
-        float peakOver (int milliseconds) { return peak (record (milliseconds)); }
+    juce::File crashLog() const { return home.getChildFile (".config/Marlode/CrashLog.log"); }
 
-        // Waits until the last 100 ms that JACK delivered hold a peak that `holds`; the checks that
-        // follow say what went wrong if none came.
-        bool waitForRecentPeak (const std::function<bool (float)>& holds)
-        {
-            recorder.restart();
-            return waitFor ([&] { return recorder.framesTaken() >= frames (100) && holds (recorder.recentPeak (frames (100))); },
-                            10000);
-        }
-
-        bool waitForSound() { return waitForRecentPeak ([] (float p) { return p > 0.01f; }); }
-        bool waitForSilence() { return waitForRecentPeak ([] (float p) { return p < 1.0e-6f; }); }
-        bool waitForPeak (float amplitude) { return waitForRecentPeak ([=] (float p) { return std::abs (p - amplitude) < 0.01f; }); }
-
-        juce::File crashLog() const { return home.getChildFile (".config/Marlode/CrashLog.log"); }
-
-        // A 440 Hz sine whose peak tells which track sounds.
-        juce::File tone (const juce::String& name, float amplitude)
-        {
-            const auto rate = recorder.getSampleRate();
-            return writeWav (temp.file (name), rate, 2, (int) rate * 10,
-                             [=] (int, int i) { return amplitude * (float) std::sin (juce::MathConstants<double>::twoPi * 440.0 * i / rate); });
-        }
-    };
+    // A 440 Hz sine whose peak tells which track sounds.
+    juce::File tone (const juce::String& name, float amplitude)
+    {
+        const auto rate = recorder.getSampleRate();
+        return writeWav (temp.file (name), rate, 2, (int) rate * 10,
+                         [=] (int, int i)
+                         { return amplitude * (float) std::sin (juce::MathConstants<double>::twoPi * 440.0 * i / rate); });
+    }
+};
 
 }
 
@@ -221,7 +235,8 @@ TEST_F (EndToEnd, PlaysTheFileItWasGivenPausesResumesAndQuitsCleanly)
     const auto layout = windowLayout (window);
     EXPECT_EQ (layout.width, 850);
     EXPECT_EQ (layout.height, 720);
-    const auto position = run ({ "xdotool", "getwindowgeometry", window }).fromFirstOccurrenceOf ("Position:", false, false).trim();
+    const auto position =
+        run ({ "xdotool", "getwindowgeometry", window }).fromFirstOccurrenceOf ("Position:", false, false).trim();
     EXPECT_TRUE (position.startsWith ("215,40")) << "centred on the 1280 x 800 display, got " << position;
 
     // Auto-Play is on by default: the file given on the command line plays at once.
@@ -446,7 +461,8 @@ TEST_F (EndToEnd, EachAccountHasItsOwnInstanceAndLaterLaunchesReachOnlyTheirOwn)
     AppProcess again ({ track.getFullPathName() }, otherHome);
     EXPECT_EQ (again.waitForExit (10000), 0);
     recorder.restart();
-    EXPECT_TRUE (waitFor ([&] { return theirRecorder.recentPeak (frames (100)) > 0.01f; }, 10000)) << "their instance never played it";
+    EXPECT_TRUE (waitFor ([&] { return theirRecorder.recentPeak (frames (100)) > 0.01f; }, 10000))
+        << "their instance never played it";
     hear (300);
     EXPECT_LT (peak (recorder.take()[0]), 1.0e-6f) << "the file went to the wrong account's instance";
     EXPECT_EQ (countWindows ("Marlode"), 2);
@@ -485,7 +501,10 @@ TEST_F (EndToEnd, ALockOnTheFrameworksMachineWideFileDoesNotStopALaunch)
     if (! juce::File ("/usr/bin/unshare").existsAsFile())
         GTEST_SKIP() << "needs unshare(1)";
 
-    app = std::make_unique<AppProcess> ("/usr/bin/unshare", juce::StringArray { "--mount", "--propagation", "private", "sh", "-c", script, "sh", MARLODE_BINARY, track.getFullPathName() }, home);
+    app = std::make_unique<AppProcess> ("/usr/bin/unshare",
+                                        juce::StringArray { "--mount", "--propagation", "private", "sh", "-c", script, "sh",
+                                                            MARLODE_BINARY, track.getFullPathName() },
+                                        home);
     waitFor ([&] { return (window = findMainWindow (0, app.get())).isNotEmpty() || ! app->isRunning(); }, 20000);
 
     if (window.isEmpty() && app->waitForExit (0) == 97)
@@ -504,16 +523,24 @@ TEST_F (EndToEnd, EightSimultaneousLaunchesGiveOneWindowHoldingAllEightFiles)
     MARLODE_SKIP_WITHOUT_REAL_TIME();
 
     // Names a shell or a re-split command line would mangle; the amplitude tells each file apart.
-    const juce::StringArray names { "-leading dash.wav", "\"double\" 'single'.wav", "tab\there.wav", "new\nline.wav",
-                                    "  spaces  .wav", juce::String (juce::CharPointer_UTF8 ("\xc3\xbcn\xc3\xaf" "c\xc3\xb8" "d\xc3\xa9 \xe2\x99\xab.wav")),
-                                    "$(echo x) `y` ;|&.wav", "plain.wav" };
+    const juce::StringArray names { "-leading dash.wav",
+                                    "\"double\" 'single'.wav",
+                                    "tab\there.wav",
+                                    "new\nline.wav",
+                                    "  spaces  .wav",
+                                    juce::String (juce::CharPointer_UTF8 ("\xc3\xbcn\xc3\xaf"
+                                                                          "c\xc3\xb8"
+                                                                          "d\xc3\xa9 \xe2\x99\xab.wav")),
+                                    "$(echo x) `y` ;|&.wav",
+                                    "plain.wav" };
     std::vector<float> amplitudes;
     std::vector<std::unique_ptr<AppProcess>> launches;
 
     for (int i = 0; i < names.size(); ++i)
     {
         amplitudes.push_back (0.1f + 0.05f * (float) i);
-        launches.push_back (std::make_unique<AppProcess> (juce::StringArray { tone (names[i], amplitudes.back()).getFullPathName() }, home));
+        launches.push_back (
+            std::make_unique<AppProcess> (juce::StringArray { tone (names[i], amplitudes.back()).getFullPathName() }, home));
     }
 
     // Seven hand over and leave; one stays. A launch may retry a slow instance for a while, so
@@ -593,21 +620,21 @@ TEST_F (EndToEnd, ACrashWhilePlayingIsLoggedAndEndsTheProcessByItsSignal)
 
 namespace
 {
-    // The harness's own check on a child's stderr, shown on a program that asserts or leaks on
-    // request and otherwise exits 0.
-    void runFailureProbe (const char* fault)
-    {
-        TempFolder temp;
-        AppProcess probe (MARLODE_FAILURE_PROBE, { fault }, temp.file ("home"));
-        EXPECT_EQ (probe.waitForExit (10000), 0);
-    }
+// The harness's own check on a child's stderr, shown on a program that asserts or leaks on
+// request and otherwise exits 0.
+void runFailureProbe (const char* fault)
+{
+    TempFolder temp;
+    AppProcess probe (MARLODE_FAILURE_PROBE, { fault }, temp.file ("home"));
+    EXPECT_EQ (probe.waitForExit (10000), 0);
+}
 }
 
 TEST (AppProcessCheck, AnAssertionOrALeakInTheAppFailsTheTest)
 {
-   #if ! JUCE_LOG_ASSERTIONS
+#if ! JUCE_LOG_ASSERTIONS
     GTEST_SKIP() << "assertions are compiled out of this build; the checked build runs this";
-   #endif
+#endif
     EXPECT_NONFATAL_FAILURE (runFailureProbe ("assertion"), "JUCE Assertion failure");
     EXPECT_NONFATAL_FAILURE (runFailureProbe ("leak"), "juce_LeakedObjectDetector");
     runFailureProbe ("none");

@@ -10,56 +10,58 @@ using namespace MarlodeTest;
 
 namespace
 {
-    // About 3.8 GB of address space: room for the application, none for a buffer sized from a
-    // hostile file's claims. A sanitizer maps terabytes of shadow memory up front, so no limit can
-    // hold there; its own checks stand in.
-   #if defined (__SANITIZE_ADDRESS__) || defined (__SANITIZE_THREAD__)
-    constexpr juce::int64 addressSpaceKB = 0;
-   #else
-    constexpr juce::int64 addressSpaceKB = 4000000;
-   #endif
+// About 3.8 GB of address space: room for the application, none for a buffer sized from a
+// hostile file's claims. A sanitizer maps terabytes of shadow memory up front, so no limit can
+// hold there; its own checks stand in.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr juce::int64 addressSpaceKB = 0;
+#else
+constexpr juce::int64 addressSpaceKB = 4000000;
+#endif
 
-    struct HostileEndToEnd : ::testing::Test
+struct HostileEndToEnd : ::testing::Test
+{
+    TempFolder temp;
+    juce::File home = temp.file ("home");
+    juce::File errors = temp.file ("stderr.txt");
+
+    struct Outcome
     {
-        TempFolder temp;
-        juce::File home = temp.file ("home");
-        juce::File errors = temp.file ("stderr.txt");
-
-        struct Outcome
-        {
-            bool windowShown = false, seen = false, stillRunning = false, readErrorShown = false;
-            juce::String log;
-        };
-
-        /** Starts the real binary with `argument` on its command line under the address space
-            limit, waits until `seen` holds for it, and looks. */
-        Outcome open (const juce::File& argument, const std::function<bool (const AppProcess&)>& seen)
-        {
-            Outcome o;
-            AppProcess app ({ argument.getFullPathName() }, home, { addressSpaceKB, errors });
-            o.windowShown = findMainWindow (20000, &app).isNotEmpty();
-            o.seen = waitFor ([&] { return seen (app) || ! app.isRunning(); }, 20000) && app.isRunning();
-            o.stillRunning = app.isRunning();
-            o.readErrorShown = findWindow ("Error reading files", 0, &app).isNotEmpty();
-            o.log = errors.loadFileAsString();
-            return o;
-        }
-
-        bool logSays (const juce::String& text) const { return errors.loadFileAsString().contains (text); }
-
-        static std::function<bool (const AppProcess&)> alert (const juce::String& title)
-        {
-            return [title] (const AppProcess& app) { return findWindow (title, 0, &app).isNotEmpty(); };
-        }
+        bool windowShown = false, seen = false, stillRunning = false, readErrorShown = false;
+        juce::String log;
     };
+
+    /** Starts the real binary with `argument` on its command line under the address space
+            limit, waits until `seen` holds for it, and looks. */
+    Outcome open (const juce::File& argument, const std::function<bool (const AppProcess&)>& seen)
+    {
+        Outcome o;
+        AppProcess app ({ argument.getFullPathName() }, home, { addressSpaceKB, errors });
+        o.windowShown = findMainWindow (20000, &app).isNotEmpty();
+        o.seen = waitFor ([&] { return seen (app) || ! app.isRunning(); }, 20000) && app.isRunning();
+        o.stillRunning = app.isRunning();
+        o.readErrorShown = findWindow ("Error reading files", 0, &app).isNotEmpty();
+        o.log = errors.loadFileAsString();
+        return o;
+    }
+
+    bool logSays (const juce::String& text) const { return errors.loadFileAsString().contains (text); }
+
+    static std::function<bool (const AppProcess&)> alert (const juce::String& title)
+    {
+        return [title] (const AppProcess& app) { return findWindow (title, 0, &app).isNotEmpty(); };
+    }
+};
 }
 
 TEST_F (HostileEndToEnd, AGenuineTrackLoadsUnderTheAddressSpaceLimit)
 {
     // It loads when, with Auto-Play, JACK hears it.
     JackRecorder recorder;
-    const auto track = writeWav (temp.file ("tone.wav"), 44100.0, 2, 44100 * 30, [] (int, int i) { return 0.2f * (float) std::sin (i * 0.05); }, 16);
-    const auto o = open (track, [&] (const AppProcess&) { return recorder.connectTo ("Marlode", 0) && recorder.recentPeak (4410) > 0.1f; });
+    const auto track = writeWav (
+        temp.file ("tone.wav"), 44100.0, 2, 44100 * 30, [] (int, int i) { return 0.2f * (float) std::sin (i * 0.05); }, 16);
+    const auto o =
+        open (track, [&] (const AppProcess&) { return recorder.connectTo ("Marlode", 0) && recorder.recentPeak (4410) > 0.1f; });
     EXPECT_TRUE (o.windowShown);
     EXPECT_TRUE (o.seen) << "it never played\n" << o.log;
     EXPECT_FALSE (o.log.contains ("Refused")) << o.log;
@@ -78,7 +80,8 @@ TEST_F (HostileEndToEnd, HostileAudioOnTheCommandLineIsRefusedWithItsMessage)
         ASSERT_TRUE (std::any_of (all.begin(), all.end(), [&] (const HostileFile& h) { return h.file == file && h.mustRefuse; }));
 
         const auto refusal = "Refused audio file " + file.getFullPathName() + ": ";
-        const auto o = open (file, [&] (const AppProcess& app) { return logSays (refusal) && alert ("Error reading files") (app); });
+        const auto o =
+            open (file, [&] (const AppProcess& app) { return logSays (refusal) && alert ("Error reading files") (app); });
         EXPECT_TRUE (o.windowShown) << name;
         EXPECT_TRUE (o.readErrorShown) << name;
         EXPECT_TRUE (o.stillRunning) << name << "\n" << o.log;
@@ -97,7 +100,9 @@ TEST_F (HostileEndToEnd, HostilePlaylistsOnTheCommandLineNeitherHangNorCrash)
     temp.file ("deep.xml").replaceWithText ("<PLAYLIST_DATA>" + juce::String::repeatedString ("<TRACK>", 1000000));
 
     juce::MemoryOutputStream hang, overread;
-    juce::Base64::convertFromBase64 (hang, "PFRBQkxFTEFZT1VUIHNvcnRlZENvbD0iMCIgc29SdEZvcndhcmRzPSIxIj48Py4wb24iPz6NQQoNDQ0NDQ0NDQ0NDQ0NDQ0NDQ0NZD0iPdE8L1RBQkxFTEFZT1VUPg==");
+    juce::Base64::convertFromBase64 (
+        hang,
+        "PFRBQkxFTEFZT1VUIHNvcnRlZENvbD0iMCIgc29SdEZvcndhcmRzPSIxIj48Py4wb24iPz6NQQoNDQ0NDQ0NDQ0NDQ0NDQ0NDQ0NZD0iPdE8L1RBQkxFTEFZT1VUPg==");
     juce::Base64::convertFromBase64 (overread, "PD94bWwgdmVyc2n//////////////////////////2U9IjEiIHdpZP9T/y4wIj8+PEEvPgo=");
     temp.file ("hang.xml").replaceWithData (hang.getData(), hang.getDataSize());
     temp.file ("overread.xml").replaceWithData (overread.getData(), overread.getDataSize());

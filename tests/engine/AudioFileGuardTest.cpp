@@ -9,30 +9,30 @@ using namespace MarlodeTest;
 
 namespace
 {
-    struct Formats
-    {
-        Formats() { manager.registerBasicFormats(); }
-        juce::AudioFormatManager manager;
-    };
+struct Formats
+{
+    Formats() { manager.registerBasicFormats(); }
+    juce::AudioFormatManager manager;
+};
 
-    /** A reader that only claims. */
-    struct Claims : juce::AudioFormatReader
+/** A reader that only claims. */
+struct Claims : juce::AudioFormatReader
+{
+    Claims (double rate, unsigned channels, juce::int64 frames, unsigned bits) : juce::AudioFormatReader (nullptr, "claims")
     {
-        Claims (double rate, unsigned channels, juce::int64 frames, unsigned bits) : juce::AudioFormatReader (nullptr, "claims")
-        {
-            sampleRate = rate;
-            numChannels = channels;
-            lengthInSamples = frames;
-            bitsPerSample = bits;
-        }
-
-        bool readSamples (int* const*, int, int, juce::int64, int) override { return false; }
-    };
-
-    juce::String verdict (double rate, unsigned channels, juce::int64 frames, unsigned bits, juce::int64 bytes, bool compressed)
-    {
-        return AudioFileGuard::checkClaims (Claims (rate, channels, frames, bits), bytes, compressed);
+        sampleRate = rate;
+        numChannels = channels;
+        lengthInSamples = frames;
+        bitsPerSample = bits;
     }
+
+    bool readSamples (int* const*, int, int, juce::int64, int) override { return false; }
+};
+
+juce::String verdict (double rate, unsigned channels, juce::int64 frames, unsigned bits, juce::int64 bytes, bool compressed)
+{
+    return AudioFileGuard::checkClaims (Claims (rate, channels, frames, bits), bytes, compressed);
+}
 }
 
 TEST (AudioFileGuard, GenuineFilesOfEveryFormatPassAndReadAsTheFrameworkReadsThem)
@@ -154,7 +154,8 @@ TEST (AudioFileGuard, ContainerChunksMustLieInsideTheFile)
     EXPECT_EQ (check (riff (100, 100)), "");
     EXPECT_EQ (check (riff (101, 100)), "") << "an odd last chunk may lack its pad byte";
     EXPECT_EQ (check (riff (100 + (juce::uint32) AudioFileGuard::slackBytes, 100)), "");
-    EXPECT_EQ (check (riff (101 + (juce::uint32) AudioFileGuard::slackBytes, 100)), "chunk 'LIST' claims 117 bytes in a file of 120");
+    EXPECT_EQ (check (riff (101 + (juce::uint32) AudioFileGuard::slackBytes, 100)),
+               "chunk 'LIST' claims 117 bytes in a file of 120");
     EXPECT_NE (check (riff (0xfffffff0, 100)), "");
 
     const char notAContainer[] = "ID3 and then something else entirely";

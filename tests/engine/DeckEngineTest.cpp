@@ -8,74 +8,74 @@ using namespace MarlodeTest;
 
 namespace
 {
-    constexpr int block = 512;
-    constexpr double rate = 44100.0;
+constexpr int block = 512;
+constexpr double rate = 44100.0;
 
-    // Sample i of channel c is distinct over the whole track, so any sample out of place shows.
-    juce::AudioBuffer<float> ramp (int numSamples, float offset = 0.0f)
+// Sample i of channel c is distinct over the whole track, so any sample out of place shows.
+juce::AudioBuffer<float> ramp (int numSamples, float offset = 0.0f)
+{
+    juce::AudioBuffer<float> b (2, numSamples);
+    for (int i = 0; i < numSamples; ++i)
     {
-        juce::AudioBuffer<float> b (2, numSamples);
-        for (int i = 0; i < numSamples; ++i)
-        {
-            b.setSample (0, i, offset + 0.1f + 0.8f * (float) i / (float) numSamples);
-            b.setSample (1, i, -(offset + 0.1f + 0.8f * (float) i / (float) numSamples));
-        }
-        return b;
+        b.setSample (0, i, offset + 0.1f + 0.8f * (float) i / (float) numSamples);
+        b.setSample (1, i, -(offset + 0.1f + 0.8f * (float) i / (float) numSamples));
+    }
+    return b;
+}
+
+// A stage that shows where it ran: it scales the block and counts its calls.
+struct Stage : BlockProcessor
+{
+    explicit Stage (float g) : gain (g) {}
+    void prepare (double r, int, int) override { preparedRate = r; }
+    void process (const juce::AudioSourceChannelInfo& info) noexcept override
+    {
+        info.buffer->applyGain (info.startSample, info.numSamples, gain);
+        ++calls;
+    }
+    float gain;
+    double preparedRate = 0.0;
+    int calls = 0;
+};
+
+// One deck engine playing a track from memory, driven block by block with no device: what a
+// render or a test does.
+struct Deck
+{
+    explicit Deck (juce::AudioBuffer<float> audio) : signal (std::move (audio))
+    {
+        thread.startThread();
+        engine.prepare (block, rate);
+        engine.transport.setSource (&source, 32768, &thread, rate);
+        engine.markers.resetForTrack (engine.transport.getLengthInSeconds());
+        engine.setHasTrack (true);
     }
 
-    // A stage that shows where it ran: it scales the block and counts its calls.
-    struct Stage : BlockProcessor
+    ~Deck()
     {
-        explicit Stage (float g) : gain (g) {}
-        void prepare (double r, int, int) override { preparedRate = r; }
-        void process (const juce::AudioSourceChannelInfo& info) noexcept override
-        {
-            info.buffer->applyGain (info.startSample, info.numSamples, gain);
-            ++calls;
-        }
-        float gain;
-        double preparedRate = 0.0;
-        int calls = 0;
-    };
-
-    // One deck engine playing a track from memory, driven block by block with no device: what a
-    // render or a test does.
-    struct Deck
-    {
-        explicit Deck (juce::AudioBuffer<float> audio) : signal (std::move (audio))
-        {
-            thread.startThread();
-            engine.prepare (block, rate);
-            engine.transport.setSource (&source, 32768, &thread, rate);
-            engine.markers.resetForTrack (engine.transport.getLengthInSeconds());
-            engine.setHasTrack (true);
-        }
-
-        ~Deck()
-        {
-            engine.transport.setSource (nullptr, 0, nullptr, 0.0);
-            thread.stopThread (1000);
-        }
-
-        void play()
-        {
-            engine.transport.start();
-            engine.setPlayState (TransportState::Playing);
-        }
-
-        juce::AudioBuffer<float> signal;
-        juce::MemoryAudioSource source { signal, false };
-        juce::TimeSliceThread thread { "Read Ahead Buffer Thread" };
-        DeckEngine engine;
-    };
-
-    juce::AudioBuffer<float> run (const std::function<void (const juce::AudioSourceChannelInfo&)>& path, int blocks)
-    {
-        juce::AudioBuffer<float> out (2, block * blocks);
-        for (int b = 0; b < blocks; ++b)
-            path (juce::AudioSourceChannelInfo (&out, b * block, block));
-        return out;
+        engine.transport.setSource (nullptr, 0, nullptr, 0.0);
+        thread.stopThread (1000);
     }
+
+    void play()
+    {
+        engine.transport.start();
+        engine.setPlayState (TransportState::Playing);
+    }
+
+    juce::AudioBuffer<float> signal;
+    juce::MemoryAudioSource source { signal, false };
+    juce::TimeSliceThread thread { "Read Ahead Buffer Thread" };
+    DeckEngine engine;
+};
+
+juce::AudioBuffer<float> run (const std::function<void (const juce::AudioSourceChannelInfo&)>& path, int blocks)
+{
+    juce::AudioBuffer<float> out (2, block * blocks);
+    for (int b = 0; b < blocks; ++b)
+        path (juce::AudioSourceChannelInfo (&out, b * block, block));
+    return out;
+}
 }
 
 TEST (DeckEngine, PlaysTheFileExactlyAndALoopWrapsToItsStartWithNoSilence)
@@ -91,12 +91,13 @@ TEST (DeckEngine, PlaysTheFileExactlyAndALoopWrapsToItsStartWithNoSilence)
 
     // 2.5 s of blocks: the loop (0.5 s) comes round several times. At about a device's pace (a
     // block is 11.6 ms), so that the read-ahead keeps ahead as it does for a device.
-    const auto out = run ([&] (const auto& info)
-                          {
-                              juce::Thread::sleep (8);
-                              e.process (info);
-                          },
-                          216);
+    const auto out = run (
+        [&] (const auto& info)
+        {
+            juce::Thread::sleep (8);
+            e.process (info);
+        },
+        216);
 
     // Every sample is the file's, in order; each wrap lands exactly on the loop's start sample,
     // after the block in which the end was passed.
@@ -176,8 +177,9 @@ TEST (MasterEngine, OneDeckPerBlockHandsOverUntilTheStopLandsThenTheMasterStages
     Stage masterEQ (2.0f);
     master.setEqualiser (&masterEQ);
     master.prepare (block, rate);
-    ASSERT_TRUE (pumpUntil ([&] { return a.engine.transport.getNumBufferedSamples() > 4096
-                                         && b.engine.transport.getNumBufferedSamples() > 4096; }, 3000));
+    ASSERT_TRUE (pumpUntil (
+        [&] { return a.engine.transport.getNumBufferedSamples() > 4096 && b.engine.transport.getNumBufferedSamples() > 4096; },
+        3000));
     auto sound = [&] { return run ([&] (const auto& info) { master.process (info); }, 1).getSample (0, 300); };
 
     master.selectDeck (&a.engine);
@@ -191,7 +193,15 @@ TEST (MasterEngine, OneDeckPerBlockHandsOverUntilTheStopLandsThenTheMasterStages
     EXPECT_FLOAT_EQ (sound(), 0.5f);
     a.engine.setPlayState (TransportState::Pausing);
     std::atomic<bool> done { false };
-    std::thread device ([&] { while (! done) { sound(); juce::Thread::sleep (1); } });
+    std::thread device (
+        [&]
+        {
+            while (! done)
+            {
+                sound();
+                juce::Thread::sleep (1);
+            }
+        });
     a.engine.transport.stop();
     done = true;
     device.join();

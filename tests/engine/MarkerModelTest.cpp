@@ -6,30 +6,30 @@ using namespace Marlode;
 
 namespace
 {
-    // A 60 s track with the markers given.
-    void place (MarkerModel& m, bool replayOn, double replay, bool loopOn, double loopStart, double loopEnd)
-    {
-        m.resetForTrack (60.0);
-        m.setReplay (replay);
-        m.setLoopEnd (loopEnd);
-        m.setLoopStart (loopStart);
-        m.setReplayOn (replayOn);
-        m.setLoopOn (loopOn);
-    }
+// A 60 s track with the markers given.
+void place (MarkerModel& m, bool replayOn, double replay, bool loopOn, double loopStart, double loopEnd)
+{
+    m.resetForTrack (60.0);
+    m.setReplay (replay);
+    m.setLoopEnd (loopEnd);
+    m.setLoopStart (loopStart);
+    m.setReplayOn (replayOn);
+    m.setLoopOn (loopOn);
+}
 
-    struct ReturnCase
-    {
-        const char* name;
-        bool replayOn;
-        bool loopOn;
-        double position;
-        double target;
-        bool leavesLoop;
-    };
+struct ReturnCase
+{
+    const char* name;
+    bool replayOn;
+    bool loopOn;
+    double position;
+    double target;
+    bool leavesLoop;
+};
 
-    struct ReturnToStart : ::testing::TestWithParam<ReturnCase>
-    {
-    };
+struct ReturnToStart : ::testing::TestWithParam<ReturnCase>
+{
+};
 }
 
 // Replay marker at 10 s, loop 20..30 s unless the row says otherwise.
@@ -43,21 +43,20 @@ TEST_P (ReturnToStart, GoesWhereTheSwitchesSay)
     EXPECT_EQ (to.leavesLoop, c.leavesLoop);
 }
 
-INSTANTIATE_TEST_SUITE_P (
-    Cascade,
-    ReturnToStart,
-    ::testing::Values (ReturnCase { "neitherGoesToTheTop", false, false, 42.0, 0.0, false },
-                       ReturnCase { "replayFromElsewhereGoesToReplay", true, false, 42.0, 10.0, false },
-                       ReturnCase { "replayFromReplayGoesToTheTop", true, false, 10.0, 0.0, false },
-                       ReturnCase { "replayIsComparedInWholeMilliseconds", true, false, 10.0004, 0.0, false },
-                       ReturnCase { "loopFromInsideGoesToItsStart", false, true, 25.0, 20.0, false },
-                       ReturnCase { "loopFromItsStartGoesToTheTop", false, true, 20.0, 0.0, false },
-                       ReturnCase { "loopFromBeforeItGoesToTheTop", false, true, 5.0, 0.0, false },
-                       ReturnCase { "loopFromTheTopGoesToItsStart", false, true, 0.0, 20.0, false },
-                       ReturnCase { "bothFromElsewhereGoToReplay", true, true, 25.0, 10.0, false },
-                       ReturnCase { "bothFromReplayGoToTheLoopStart", true, true, 10.0, 20.0, false },
-                       ReturnCase { "bothFromTheLoopStartGoToReplay", true, true, 20.0, 10.0, false }),
-    [] (const auto& info) { return std::string (info.param.name); });
+INSTANTIATE_TEST_SUITE_P (Cascade, ReturnToStart,
+                          ::testing::Values (ReturnCase { "neitherGoesToTheTop", false, false, 42.0, 0.0, false },
+                                             ReturnCase { "replayFromElsewhereGoesToReplay", true, false, 42.0, 10.0, false },
+                                             ReturnCase { "replayFromReplayGoesToTheTop", true, false, 10.0, 0.0, false },
+                                             ReturnCase { "replayIsComparedInWholeMilliseconds", true, false, 10.0004, 0.0,
+                                                          false },
+                                             ReturnCase { "loopFromInsideGoesToItsStart", false, true, 25.0, 20.0, false },
+                                             ReturnCase { "loopFromItsStartGoesToTheTop", false, true, 20.0, 0.0, false },
+                                             ReturnCase { "loopFromBeforeItGoesToTheTop", false, true, 5.0, 0.0, false },
+                                             ReturnCase { "loopFromTheTopGoesToItsStart", false, true, 0.0, 20.0, false },
+                                             ReturnCase { "bothFromElsewhereGoToReplay", true, true, 25.0, 10.0, false },
+                                             ReturnCase { "bothFromReplayGoToTheLoopStart", true, true, 10.0, 20.0, false },
+                                             ReturnCase { "bothFromTheLoopStartGoToReplay", true, true, 20.0, 10.0, false }),
+                          [] (const auto& info) { return std::string (info.param.name); });
 
 TEST (ReturnToStartPastTheLoop, AReplayMarkerBeyondTheLoopsEndIsReachedFromTheLoopStartAndLeavesTheLoop)
 {
@@ -74,20 +73,20 @@ TEST (ReturnToStartPastTheLoop, AReplayMarkerBeyondTheLoopsEndIsReachedFromTheLo
 
 namespace
 {
-    struct MoveCase
-    {
-        const char* name;
-        MarkerModel::Move move;
-        bool loopOn;
-        bool playing;
-        double position;
-        double step;
-        std::optional<double> target;
-    };
+struct MoveCase
+{
+    const char* name;
+    MarkerModel::Move move;
+    bool loopOn;
+    bool playing;
+    double position;
+    double step;
+    std::optional<double> target;
+};
 
-    struct SkipAndJump : ::testing::TestWithParam<MoveCase>
-    {
-    };
+struct SkipAndJump : ::testing::TestWithParam<MoveCase>
+{
+};
 }
 
 // Replay marker at 20 s, loop 10..30 s, 60 s track.
@@ -102,8 +101,7 @@ TEST_P (SkipAndJump, GuardsOfTheLoopAndTheTrack)
 using Move = MarkerModel::Move;
 
 INSTANTIATE_TEST_SUITE_P (
-    Guards,
-    SkipAndJump,
+    Guards, SkipAndJump,
     ::testing::Values (MoveCase { "skipForward", Move::skipForward, false, true, 5.0, 1.0, 6.0 },
                        MoveCase { "skipForwardNeverReachesTheEnd", Move::skipForward, false, true, 59.5, 1.0, std::nullopt },
                        MoveCase { "skipForwardStaysInARunningLoop", Move::skipForward, true, true, 29.5, 1.0, std::nullopt },

@@ -8,56 +8,56 @@ using namespace MarlodeTest;
 
 namespace
 {
-    constexpr int block = 512;
+constexpr int block = 512;
 
-    // A known signal: sample i of channel c is a distinct ramp value, so any sample out of place shows.
-    juce::AudioBuffer<float> rampSignal (int numSamples)
+// A known signal: sample i of channel c is a distinct ramp value, so any sample out of place shows.
+juce::AudioBuffer<float> rampSignal (int numSamples)
+{
+    juce::AudioBuffer<float> b (2, numSamples);
+    for (int i = 0; i < numSamples; ++i)
     {
-        juce::AudioBuffer<float> b (2, numSamples);
-        for (int i = 0; i < numSamples; ++i)
-        {
-            b.setSample (0, i, (float) (i % 10007) / 10007.0f);
-            b.setSample (1, i, -(float) (i % 9973) / 9973.0f);
-        }
-        return b;
+        b.setSample (0, i, (float) (i % 10007) / 10007.0f);
+        b.setSample (1, i, -(float) (i % 9973) / 9973.0f);
+    }
+    return b;
+}
+
+struct TransportFixture : ::testing::Test
+{
+    juce::TimeSliceThread thread { "Read Ahead Buffer Thread" };
+    juce::AudioBuffer<float> signal;
+    std::unique_ptr<juce::MemoryAudioSource> source; // outlives the transport's use of it (TearDown)
+    TrackTransport transport;
+    juce::AudioBuffer<float> out { 2, block };
+
+    void SetUp() override { thread.startThread(); }
+    void TearDown() override
+    {
+        transport.setSource (nullptr, 0, nullptr, 0.0);
+        thread.stopThread (1000);
     }
 
-    struct TransportFixture : ::testing::Test
+    // Plays `audio` from now on; the fixture keeps it until the transport has let go.
+    juce::MemoryAudioSource& play (juce::AudioBuffer<float> audio)
     {
-        juce::TimeSliceThread thread { "Read Ahead Buffer Thread" };
-        juce::AudioBuffer<float> signal;
-        std::unique_ptr<juce::MemoryAudioSource> source; // outlives the transport's use of it (TearDown)
-        TrackTransport transport;
-        juce::AudioBuffer<float> out { 2, block };
+        signal = std::move (audio);
+        source = std::make_unique<juce::MemoryAudioSource> (signal, false);
+        return *source;
+    }
 
-        void SetUp() override { thread.startThread(); }
-        void TearDown() override
-        {
-            transport.setSource (nullptr, 0, nullptr, 0.0);
-            thread.stopThread (1000);
-        }
+    void waitForBuffer (int atLeast = block * 4)
+    {
+        ASSERT_TRUE (pumpUntil ([&] { return transport.getNumBufferedSamples() >= atLeast; }, 3000));
+    }
 
-        // Plays `audio` from now on; the fixture keeps it until the transport has let go.
-        juce::MemoryAudioSource& play (juce::AudioBuffer<float> audio)
-        {
-            signal = std::move (audio);
-            source = std::make_unique<juce::MemoryAudioSource> (signal, false);
-            return *source;
-        }
-
-        void waitForBuffer (int atLeast = block * 4)
-        {
-            ASSERT_TRUE (pumpUntil ([&] { return transport.getNumBufferedSamples() >= atLeast; }, 3000));
-        }
-
-        // Runs one device block and returns it.
-        const juce::AudioBuffer<float>& pull()
-        {
-            out.clear();
-            transport.getNextAudioBlock (juce::AudioSourceChannelInfo (&out, 0, block));
-            return out;
-        }
-    };
+    // Runs one device block and returns it.
+    const juce::AudioBuffer<float>& pull()
+    {
+        out.clear();
+        transport.getNextAudioBlock (juce::AudioSourceChannelInfo (&out, 0, block));
+        return out;
+    }
+};
 }
 
 TEST_F (TransportFixture, PlaysTheSourceBitForBitAtTheSameRate)
@@ -94,8 +94,8 @@ TEST_F (TransportFixture, PlaysTheSourceBitForBitAtTheSameRate)
     for (int c = 0; c < 2; ++c)
         for (int i = 0; i < out.getNumSamples(); ++i)
             if (out.getSample (c, i) != signal.getSample (c, (int) position + i))
-                return ::testing::AssertionFailure() << "channel " << c << " sample " << i << " is not the signal's sample "
-                                                     << position + i;
+                return ::testing::AssertionFailure()
+                       << "channel " << c << " sample " << i << " is not the signal's sample " << position + i;
     return ::testing::AssertionSuccess();
 }
 
@@ -352,19 +352,20 @@ TEST_F (TransportFixture, StopFadesOutOneBlockThenHoldsThePosition)
     // stop() waits for the audio thread, so the device must keep running meanwhile.
     std::atomic<bool> running { true };
     std::vector<float> firstAfterStop;
-    std::thread device ([&]
-                        {
-                            juce::AudioBuffer<float> b (2, block);
-                            while (running)
-                            {
-                                b.clear();
-                                const bool wasPlaying = transport.isPlaying();
-                                transport.getNextAudioBlock (juce::AudioSourceChannelInfo (&b, 0, block));
-                                if (! wasPlaying && firstAfterStop.empty())
-                                    firstAfterStop.assign (b.getReadPointer (0), b.getReadPointer (0) + block);
-                                juce::Thread::sleep (1);
-                            }
-                        });
+    std::thread device (
+        [&]
+        {
+            juce::AudioBuffer<float> b (2, block);
+            while (running)
+            {
+                b.clear();
+                const bool wasPlaying = transport.isPlaying();
+                transport.getNextAudioBlock (juce::AudioSourceChannelInfo (&b, 0, block));
+                if (! wasPlaying && firstAfterStop.empty())
+                    firstAfterStop.assign (b.getReadPointer (0), b.getReadPointer (0) + block);
+                juce::Thread::sleep (1);
+            }
+        });
 
     juce::Thread::sleep (20);
     transport.stop();
@@ -437,16 +438,17 @@ TEST_F (TransportFixture, ADeviceRestartDuringASourceChangeIsSafe)
     // The device layer may re-prepare from its own thread while the message thread swaps sources.
     auto audio = rampSignal (block * 64);
     std::atomic<bool> running { true };
-    std::thread device ([&]
-                        {
-                            // A restart takes the device a while; back to back they would starve the
-                            // message thread of the configuration lock.
-                            for (int i = 0; running.load(); ++i)
-                            {
-                                transport.prepareToPlay (block, i % 2 == 0 ? 44100.0 : 48000.0);
-                                std::this_thread::yield();
-                            }
-                        });
+    std::thread device (
+        [&]
+        {
+            // A restart takes the device a while; back to back they would starve the
+            // message thread of the configuration lock.
+            for (int i = 0; running.load(); ++i)
+            {
+                transport.prepareToPlay (block, i % 2 == 0 ? 44100.0 : 48000.0);
+                std::this_thread::yield();
+            }
+        });
 
     for (int i = 0; i < 1000; ++i)
     {

@@ -10,45 +10,47 @@ using namespace MarlodeTest;
 
 namespace
 {
-    struct PlaylistTest : ::testing::Test
+struct PlaylistTest : ::testing::Test
+{
+    TempFolder temp;
+    AlertRecorder alerts;
+    juce::AudioFormatManager formats;
+    PlaylistComponent playlist { formats };
+    juce::StringArray messages;
+
+    struct Recorder : PlaylistComponent::Listener
     {
-        TempFolder temp;
-        AlertRecorder alerts;
-        juce::AudioFormatManager formats;
-        PlaylistComponent playlist { formats };
-        juce::StringArray messages;
+        juce::StringArray& into;
+        explicit Recorder (juce::StringArray& s) : into (s) {}
+        void newTrackSelected (const juce::String& path) override { into.add ("selected " + path); }
+        void currentTrackDeleted() override { into.add ("Current Track Deleted"); }
+    } recorder { messages };
 
-        struct Recorder : PlaylistComponent::Listener
-        {
-            juce::StringArray& into;
-            explicit Recorder (juce::StringArray& s) : into (s) {}
-            void newTrackSelected (const juce::String& path) override { into.add ("selected " + path); }
-            void currentTrackDeleted() override { into.add ("Current Track Deleted"); }
-        } recorder { messages };
+    void SetUp() override
+    {
+        formats.registerBasicFormats();
+        playlist.setSize (800, 400);
+        playlist.addListener (&recorder);
+    }
 
-        void SetUp() override
-        {
-            formats.registerBasicFormats();
-            playlist.setSize (800, 400);
-            playlist.addListener (&recorder);
-        }
+    juce::StringArray files (std::initializer_list<const char*> names)
+    {
+        juce::StringArray paths;
+        for (auto* n : names)
+            paths.add (writeWav (
+                           temp.file (juce::String (n) + ".wav"), 44100.0, 2, 4410, [] (int, int) { return 0.1f; }, 16)
+                           .getFullPathName());
+        return paths;
+    }
 
-        juce::StringArray files (std::initializer_list<const char*> names)
-        {
-            juce::StringArray paths;
-            for (auto* n : names)
-                paths.add (writeWav (temp.file (juce::String (n) + ".wav"), 44100.0, 2, 4410, [] (int, int) { return 0.1f; }, 16).getFullPathName());
-            return paths;
-        }
-
-        juce::String order()
-        {
-            juce::StringArray names;
-            for (int i = 0; i < playlist.getNumRows(); ++i)
-                names.add (playlist.getRow (i)->fileName);
-            return names.joinIntoString (" ");
-        }
-    };
+    juce::String order()
+    {
+        juce::StringArray names;
+        for (int i = 0; i < playlist.getNumRows(); ++i)
+            names.add (playlist.getRow (i)->fileName);
+        return names.joinIntoString (" ");
+    }
+};
 }
 
 TEST_F (PlaylistTest, FactsPlacementAndDeletion)
@@ -91,7 +93,7 @@ TEST_F (PlaylistTest, DragReorderRules)
     playlist.selectRow (3); // d is loaded and travels with its row
 
     juce::SparseSet<int> dragged;
-    dragged.addRange ({ 2, 4 }); // c d
+    dragged.addRange ({ 2, 4 });    // c d
     playlist.moveRows (dragged, 6); // down: land after the row under the line
     EXPECT_EQ (order(), "a b e f g c d h");
     EXPECT_EQ (playlist.getCurrentRow(), 6);
@@ -110,9 +112,9 @@ TEST_F (PlaylistTest, BrokenAndHostileFilesAreReportedNotAdded)
     temp.file ("text.wav").replaceWithText ("no audio here");
     temp.file ("folder.wav").createDirectory();
     alerts.answer = true;
-    playlist.addFiles ({ temp.file ("text.wav").getFullPathName(), temp.file ("folder.wav").getFullPathName(), "/dev/zero",
-                         "relative.wav", "" },
-                       false, true, -1);
+    playlist.addFiles (
+        { temp.file ("text.wav").getFullPathName(), temp.file ("folder.wav").getFullPathName(), "/dev/zero", "relative.wav", "" },
+        false, true, -1);
     EXPECT_EQ (playlist.getNumRows(), 0);
     ASSERT_EQ (alerts.shown.size(), 2u);
     EXPECT_EQ (alerts.shown[0].message, "3 files you selected could not be read.\n\nShow a list of these files?");
@@ -144,7 +146,8 @@ TEST_F (PlaylistTest, EveryHostileAudioFileIsReportedAndNoneSizesARow)
     {
         const auto* row = playlist.getRow (i);
         EXPECT_LE ((double) row->lengthInSamples * row->numChannels,
-                   (double) row->file.getSize() * (double) AudioFileGuard::maxSamplesPerByte) << row->fileName;
+                   (double) row->file.getSize() * (double) AudioFileGuard::maxSamplesPerByte)
+            << row->fileName;
         EXPECT_TRUE (row->format == "FLAC" || row->format == "OGG" || row->format == "MP3") << row->fileName;
     }
 
@@ -152,7 +155,8 @@ TEST_F (PlaylistTest, EveryHostileAudioFileIsReportedAndNoneSizesARow)
     const auto refused = paths.size() - playlist.getNumRows();
     EXPECT_GE (refused, mustRefuse);
     EXPECT_EQ (alerts.shown[0].title, "Error reading files");
-    EXPECT_EQ (alerts.shown[0].message, juce::String (refused) + " files you selected could not be read.\n\nShow a list of these files?");
+    EXPECT_EQ (alerts.shown[0].message,
+               juce::String (refused) + " files you selected could not be read.\n\nShow a list of these files?");
 }
 
 TEST_F (PlaylistTest, PlaylistFilesRoundTripAndReadingRules)
@@ -186,9 +190,13 @@ TEST_F (PlaylistTest, PlaylistFilesRoundTripAndReadingRules)
     // Document order decides, not ID; a missing file and a TRACK without Path are listed once.
     playlist.clear();
     EXPECT_EQ (playlist.getPlaylistXml(), nullptr);
-    temp.file ("hand.xml").replaceWithText ("<PLAYLIST_DATA><TRACK ID=\"5\" Path=\"" + paths[2] + "\"/><TRACK ID=\"0\"/>"
-                                            "<TRACK ID=\"1\" Path=\"/nowhere/x.wav\"/><TRACK ID=\"9\" Path=\"" + paths[0] + "\"/>"
-                                            "<TRACK Path=\"relative.wav\"/></PLAYLIST_DATA>");
+    temp.file ("hand.xml")
+        .replaceWithText ("<PLAYLIST_DATA><TRACK ID=\"5\" Path=\"" + paths[2]
+                          + "\"/><TRACK ID=\"0\"/>"
+                            "<TRACK ID=\"1\" Path=\"/nowhere/x.wav\"/><TRACK ID=\"9\" Path=\""
+                          + paths[0]
+                          + "\"/>"
+                            "<TRACK Path=\"relative.wav\"/></PLAYLIST_DATA>");
     alerts.shown.clear();
     playlist.openPlaylistFile (temp.file ("hand.xml"), true);
     EXPECT_EQ (order(), "c a");
@@ -217,7 +225,11 @@ TEST_F (PlaylistTest, HostilePlaylistsNeitherCrashNorHang)
     juce::MemoryOutputStream text;
     text << "<PLAYLIST_DATA>";
     for (int i = 0; i < 3000; ++i)
-        text << "<TRACK Path=\"" << (i % 3 == 0 ? track : i % 3 == 1 ? juce::String ("/dev/zero") : temp.folder.getFullPathName()) << "\"/>";
+        text << "<TRACK Path=\""
+             << (i % 3 == 0   ? track
+                 : i % 3 == 1 ? juce::String ("/dev/zero")
+                              : temp.folder.getFullPathName())
+             << "\"/>";
     text << "<TRACK Path=\"/" << juce::String::repeatedString ("x", 3000000) << "\"/></PLAYLIST_DATA>";
     temp.file ("big.xml").replaceWithText (text.toString());
 
@@ -249,8 +261,9 @@ TEST_F (PlaylistTest, TableLayoutRoundTripsAndHostileLayoutsAreTamed)
     EXPECT_EQ (other.getTableLayout(), layout);
 
     // Unknown ids skipped, widths kept within the column's limits, visible unless stored hidden.
-    other.restoreTableLayout ("<TABLELAYOUT sortedCol=\"77\"><COLUMN id=\"99\" width=\"5\"/>"
-                              "<COLUMN id=\"9\" width=\"2147483647\"/><COLUMN id=\"2\" width=\"-5\" visible=\"0\"/></TABLELAYOUT>");
+    other.restoreTableLayout (
+        "<TABLELAYOUT sortedCol=\"77\"><COLUMN id=\"99\" width=\"5\"/>"
+        "<COLUMN id=\"9\" width=\"2147483647\"/><COLUMN id=\"2\" width=\"-5\" visible=\"0\"/></TABLELAYOUT>");
     auto& h = other.table.getHeader();
     EXPECT_EQ (h.getColumnIdOfIndex (0, false), 9);
     EXPECT_EQ (h.getColumnWidth (9), PlaylistComponent::maximumColumnWidth);
@@ -294,7 +307,8 @@ TEST (DeckBank, AddSwitchDeleteAndSendTracks)
 
     // Tracks moved to deck 2 leave deck 1; copied to a new deck they stay.
     auto& source = app.decks[0]->playlist;
-    source.addFiles ({ writeWav (temp.file ("a.wav"), 44100.0, 1, 441, [] (int, int) { return 0.0f; }).getFullPathName() }, false, true, -1);
+    source.addFiles ({ writeWav (temp.file ("a.wav"), 44100.0, 1, 441, [] (int, int) { return 0.0f; }).getFullPathName() }, false,
+                     true, -1);
     source.table.selectRow (0);
     app.sendTracksToDeck (0, false);
     EXPECT_EQ (app.getNumDecks(), 3);

@@ -13,35 +13,38 @@ using namespace MarlodeTest;
 
 namespace
 {
-    juce::String repeated (const char* piece, int times) { return juce::String::repeatedString (piece, times); }
+juce::String repeated (const char* piece, int times)
+{
+    return juce::String::repeatedString (piece, times);
+}
 
-    juce::String rejection (const juce::String& text)
-    {
-        juce::String error;
-        auto xml = SafeXml::parse (text, error);
-        return xml == nullptr ? error : juce::String();
-    }
+juce::String rejection (const juce::String& text)
+{
+    juce::String error;
+    auto xml = SafeXml::parse (text, error);
+    return xml == nullptr ? error : juce::String();
+}
 
-    juce::String bytesRejection (const juce::MemoryBlock& bytes)
-    {
-        juce::String error;
-        auto xml = SafeXml::parse (bytes.getData(), bytes.getSize(), error);
-        return xml == nullptr ? error : juce::String();
-    }
+juce::String bytesRejection (const juce::MemoryBlock& bytes)
+{
+    juce::String error;
+    auto xml = SafeXml::parse (bytes.getData(), bytes.getSize(), error);
+    return xml == nullptr ? error : juce::String();
+}
 
-    juce::MemoryBlock fromBase64 (const char* text)
-    {
-        juce::MemoryOutputStream out;
-        EXPECT_TRUE (juce::Base64::convertFromBase64 (out, text));
-        return out.getMemoryBlock();
-    }
+juce::MemoryBlock fromBase64 (const char* text)
+{
+    juce::MemoryOutputStream out;
+    EXPECT_TRUE (juce::Base64::convertFromBase64 (out, text));
+    return out.getMemoryBlock();
+}
 
-    double secondsFor (const std::function<void()>& work)
-    {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        return std::chrono::duration<double> (std::chrono::steady_clock::now() - start).count();
-    }
+double secondsFor (const std::function<void()>& work)
+{
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double> (std::chrono::steady_clock::now() - start).count();
+}
 }
 
 TEST (SafeXml, ReadsOrdinaryDocumentsAsTheFrameworkDoes)
@@ -53,7 +56,8 @@ TEST (SafeXml, ReadsOrdinaryDocumentsAsTheFrameworkDoes)
     auto xml = SafeXml::parse (text, error);
     ASSERT_NE (xml, nullptr) << error;
     EXPECT_EQ (xml->getTagName(), "PLAYLIST_DATA");
-    EXPECT_EQ (xml->getChildElement (0)->getStringAttribute ("Path"), juce::CharPointer_UTF8 ("/a & b/\xc3\xa9" "A.wav"));
+    EXPECT_EQ (xml->getChildElement (0)->getStringAttribute ("Path"), juce::CharPointer_UTF8 ("/a & b/\xc3\xa9"
+                                                                                              "A.wav"));
     EXPECT_EQ (xml->getChildElement (1)->getStringAttribute ("Path"), "/c.wav");
 }
 
@@ -110,8 +114,8 @@ TEST (SafeXml, BuildsTheTreeTheFrameworkBuildsForEveryValidDocument)
 
         ASSERT_NE (ours, nullptr) << error << " in " << document;
         ASSERT_NE (framework, nullptr);
-        EXPECT_TRUE (ours->isEquivalentTo (framework.get(), false))
-            << ours->toString().toStdString() << "\nagainst\n" << framework->toString().toStdString();
+        EXPECT_TRUE (ours->isEquivalentTo (framework.get(), false)) << ours->toString().toStdString() << "\nagainst\n"
+                                                                    << framework->toString().toStdString();
     }
 }
 
@@ -126,54 +130,66 @@ TEST (SafeXml, TextAfterAProcessingInstructionInsideAnElementIsRead)
 
 namespace
 {
-    // One document and what reading it answers: the rejection, or "" where it is read.
-    struct Verdict
-    {
-        const char* name;
-        std::function<juce::String()> rejectionOf;
-        const char* expected;
-    };
+// One document and what reading it answers: the rejection, or "" where it is read.
+struct Verdict
+{
+    const char* name;
+    std::function<juce::String()> rejectionOf;
+    const char* expected;
+};
 
-    struct SafeXmlVerdict : ::testing::TestWithParam<Verdict>
-    {
-    };
+struct SafeXmlVerdict : ::testing::TestWithParam<Verdict>
+{
+};
 
-    juce::String bytes (const char* text, size_t size) { return bytesRejection (juce::MemoryBlock (text, size)); }
+juce::String bytes (const char* text, size_t size)
+{
+    return bytesRejection (juce::MemoryBlock (text, size));
+}
 
-    // Each refused one would overflow the stack, read a device forever, re-parse entity text, hang
-    // the framework's parser or read past the end of a buffer; the accepted ones sit at the edges.
-    const Verdict verdicts[] = {
-        { "nestedAMillionDeep", [] { return rejection (repeated ("<a>", 1000000) + repeated ("</a>", 1000000)); }, "nested too deeply" },
-        { "unclosedTagsInAttributes", [] { return rejection ("<a>" + repeated ("<b x=\"/>\">", 100000)); }, "nested too deeply" },
-        { "entityAcrossElements", [] { return rejection ("<a>&<b><b><b>;</a>"); }, "unsupported entity" },
-        { "externalEntity", [] { return rejection ("<!DOCTYPE a SYSTEM \"/dev/zero\"><a>&e;</a>"); }, "tag name missing" },
-        { "declarationInside", [] { return rejection ("<a><!DOCTYPE x></a>"); }, "declarations are not supported" },
-        { "nulReference", [] { return rejection ("<a x=\"&#0;\"/>"); }, "illegal character reference" },
-        { "referenceBeyondUnicode", [] { return rejection ("<a x=\"&#x110000;\"/>"); }, "illegal character reference" },
-        { "unmatchedQuote", [] { return rejection ("<a x=\"unterminated/>"); }, "unmatched quotes" },
-        { "mismatchedClose", [] { return rejection ("<a><b></a></b>"); }, "mismatched closing tag" },
-        { "unterminatedComment", [] { return rejection ("<a><!-- open"); }, "unterminated comment" },
-        { "tooManyElements", [] { return rejection ("<a>" + repeated ("<b/>", 100001) + "</a>"); }, "too many elements" },
-        { "unquotedAttribute", [] { return rejection ("<a x=1/>"); }, "unquoted attribute in a" },
-        { "duplicateAttribute", [] { return rejection ("<a x=\"1\" x=\"2\"/>"); }, "duplicate attribute in a" },
-        { "spaceBeforeName", [] { return rejection ("< a/>"); }, "tag name missing" },
-        { "digitFirstName", [] { return rejection ("<1a/>"); }, "illegal tag name 1a" },
-        { "dashFirstAttribute", [] { return rejection ("<a -x=\"\"/>"); }, "illegal attribute name in a" },
-        { "empty", [] { return rejection (""); }, "not enough input" },
-        { "plainText", [] { return rejection ("plain text"); }, "no root element" },
-        { "usersLayoutThatHungTheFramework", [] { return bytesRejection (fromBase64 ("PFRBQkxFTEFZT1VUIHNvcnRlZENvbD0iMCIgc29SdEZvcndhcmRzPSIxIj48Py4wb24iPz6NQQoNDQ0NDQ0NDQ0NDQ0NDQ0NDQ0NZD0iPdE8L1RBQkxFTEFZT1VUPg==")); }, "invalid UTF-8" },
-        { "usersDocumentThatReadPastTheEnd", [] { return bytesRejection (fromBase64 ("PD94bWwgdmVyc2n//////////////////////////2U9IjEiIHdpZP9T/y4wIj8+PEEvPgo=")); }, "invalid UTF-8" },
-        { "cutUtf8InAString", [] { return rejection (juce::String (juce::CharPointer_UTF8 ("<a x=\"\xf0\x9f"))); }, "invalid UTF-8" },
-        { "overlongUtf8", [] { return bytes ("<a>\xc0\xaf</a>", 9); }, "invalid UTF-8" },
-        { "surrogateUtf8", [] { return bytes ("<a>\xed\xa0\x80</a>", 10); }, "invalid UTF-8" },
-        { "beyondUnicodeUtf8", [] { return bytes ("<a>\xf4\x90\x80\x80</a>", 11); }, "invalid UTF-8" },
-        { "byteFF", [] { return bytes ("<a>\xff</a>", 8); }, "invalid UTF-8" },
-        { "cutUtf8", [] { return bytes ("<a>\xe2\x82</a>", 9); }, "invalid UTF-8" },
-        { "nulByte", [] { return bytes ("<a>\0</a>", 8); }, "invalid UTF-8" },
-        { "byteOrderMark", [] { return bytes ("\xef\xbb\xbf<a/>", 7); }, "" },
-        { "manyShallowSiblings", [] { return rejection ("<a>" + repeated ("<b/>", 20000) + "</a>"); }, "" },
-        { "hugeAttributeValue", [] { return rejection ("<a x=\"" + repeated ("x", 4000000) + "\"/>"); }, "" },
-    };
+// Each refused one would overflow the stack, read a device forever, re-parse entity text, hang
+// the framework's parser or read past the end of a buffer; the accepted ones sit at the edges.
+const Verdict verdicts[] = {
+    { "nestedAMillionDeep", [] { return rejection (repeated ("<a>", 1000000) + repeated ("</a>", 1000000)); },
+      "nested too deeply" },
+    { "unclosedTagsInAttributes", [] { return rejection ("<a>" + repeated ("<b x=\"/>\">", 100000)); }, "nested too deeply" },
+    { "entityAcrossElements", [] { return rejection ("<a>&<b><b><b>;</a>"); }, "unsupported entity" },
+    { "externalEntity", [] { return rejection ("<!DOCTYPE a SYSTEM \"/dev/zero\"><a>&e;</a>"); }, "tag name missing" },
+    { "declarationInside", [] { return rejection ("<a><!DOCTYPE x></a>"); }, "declarations are not supported" },
+    { "nulReference", [] { return rejection ("<a x=\"&#0;\"/>"); }, "illegal character reference" },
+    { "referenceBeyondUnicode", [] { return rejection ("<a x=\"&#x110000;\"/>"); }, "illegal character reference" },
+    { "unmatchedQuote", [] { return rejection ("<a x=\"unterminated/>"); }, "unmatched quotes" },
+    { "mismatchedClose", [] { return rejection ("<a><b></a></b>"); }, "mismatched closing tag" },
+    { "unterminatedComment", [] { return rejection ("<a><!-- open"); }, "unterminated comment" },
+    { "tooManyElements", [] { return rejection ("<a>" + repeated ("<b/>", 100001) + "</a>"); }, "too many elements" },
+    { "unquotedAttribute", [] { return rejection ("<a x=1/>"); }, "unquoted attribute in a" },
+    { "duplicateAttribute", [] { return rejection ("<a x=\"1\" x=\"2\"/>"); }, "duplicate attribute in a" },
+    { "spaceBeforeName", [] { return rejection ("< a/>"); }, "tag name missing" },
+    { "digitFirstName", [] { return rejection ("<1a/>"); }, "illegal tag name 1a" },
+    { "dashFirstAttribute", [] { return rejection ("<a -x=\"\"/>"); }, "illegal attribute name in a" },
+    { "empty", [] { return rejection (""); }, "not enough input" },
+    { "plainText", [] { return rejection ("plain text"); }, "no root element" },
+    { "usersLayoutThatHungTheFramework",
+      []
+      {
+          return bytesRejection (fromBase64 (
+              "PFRBQkxFTEFZT1VUIHNvcnRlZENvbD0iMCIgc29SdEZvcndhcmRzPSIxIj48Py4wb24iPz6NQQoNDQ0NDQ0NDQ0NDQ0NDQ0NDQ0NZD0iPdE8L1RBQkxFTEFZT1VUPg=="));
+      },
+      "invalid UTF-8" },
+    { "usersDocumentThatReadPastTheEnd",
+      [] { return bytesRejection (fromBase64 ("PD94bWwgdmVyc2n//////////////////////////2U9IjEiIHdpZP9T/y4wIj8+PEEvPgo=")); },
+      "invalid UTF-8" },
+    { "cutUtf8InAString", [] { return rejection (juce::String (juce::CharPointer_UTF8 ("<a x=\"\xf0\x9f"))); }, "invalid UTF-8" },
+    { "overlongUtf8", [] { return bytes ("<a>\xc0\xaf</a>", 9); }, "invalid UTF-8" },
+    { "surrogateUtf8", [] { return bytes ("<a>\xed\xa0\x80</a>", 10); }, "invalid UTF-8" },
+    { "beyondUnicodeUtf8", [] { return bytes ("<a>\xf4\x90\x80\x80</a>", 11); }, "invalid UTF-8" },
+    { "byteFF", [] { return bytes ("<a>\xff</a>", 8); }, "invalid UTF-8" },
+    { "cutUtf8", [] { return bytes ("<a>\xe2\x82</a>", 9); }, "invalid UTF-8" },
+    { "nulByte", [] { return bytes ("<a>\0</a>", 8); }, "invalid UTF-8" },
+    { "byteOrderMark", [] { return bytes ("\xef\xbb\xbf<a/>", 7); }, "" },
+    { "manyShallowSiblings", [] { return rejection ("<a>" + repeated ("<b/>", 20000) + "</a>"); }, "" },
+    { "hugeAttributeValue", [] { return rejection ("<a x=\"" + repeated ("x", 4000000) + "\"/>"); }, "" },
+};
 }
 
 TEST_P (SafeXmlVerdict, IsAnsweredWithoutRecursionOrFileAccess)

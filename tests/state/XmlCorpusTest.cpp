@@ -6,7 +6,10 @@ using namespace MarlodeTest;
 
 namespace
 {
-    juce::File corpus() { return juce::File (__FILE__).getParentDirectory().getChildFile ("xml-corpus"); }
+juce::File corpus()
+{
+    return juce::File (__FILE__).getParentDirectory().getChildFile ("xml-corpus");
+}
 }
 
 // Every input the fuzz target ever stopped on, and a minimised corpus of what it explored,

@@ -4,9 +4,14 @@
 namespace MarlodeTest
 {
 
-DeviceApp::DeviceApp() : MainAudioAppComponent (false) {}
+DeviceApp::DeviceApp() : MainAudioAppComponent (false)
+{
+}
 
-DeviceApp::~DeviceApp() { shutdownAudio(); }
+DeviceApp::~DeviceApp()
+{
+    shutdownAudio();
+}
 
 void DeviceApp::getNextAudioBlock (const juce::AudioSourceChannelInfo& info)
 {

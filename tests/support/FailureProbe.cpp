@@ -7,8 +7,8 @@
 
 namespace
 {
-    // Still reachable at exit, so only JUCE's leak detector reports it, not LeakSanitizer.
-    juce::MemoryBlock* leaked = nullptr;
+// Still reachable at exit, so only JUCE's leak detector reports it, not LeakSanitizer.
+juce::MemoryBlock* leaked = nullptr;
 }
 
 int main (int argc, char** argv)

@@ -8,8 +8,8 @@ namespace MarlodeTest
 
 namespace
 {
-    juce::File writeWith (juce::AudioFormat&& format, const juce::File& file, double rate, int channels, int frames,
-                          int bits, bool silent = false, int quality = 0)
+    juce::File writeWith (juce::AudioFormat&& format, const juce::File& file, double rate, int channels, int frames, int bits,
+                          bool silent = false, int quality = 0)
     {
         juce::AudioBuffer<float> buffer (channels, frames);
 
@@ -19,7 +19,8 @@ namespace
 
         file.deleteFile();
         auto* stream = file.createOutputStream().release();
-        std::unique_ptr<juce::AudioFormatWriter> writer (format.createWriterFor (stream, rate, (unsigned) channels, bits, {}, quality));
+        std::unique_ptr<juce::AudioFormatWriter> writer (
+            format.createWriterFor (stream, rate, (unsigned) channels, bits, {}, quality));
 
         if (writer == nullptr)
         {
@@ -47,21 +48,60 @@ namespace
     struct Bytes
     {
         juce::MemoryOutputStream out;
-        Bytes& text (const char* s) { out.write (s, std::strlen (s)); return *this; }
-        Bytes& le32 (juce::uint32 v) { out.writeInt ((int) v); return *this; }
-        Bytes& le16 (int v) { out.writeShort ((short) v); return *this; }
-        Bytes& le64 (juce::int64 v) { out.writeInt64 (v); return *this; }
-        Bytes& be32 (juce::uint32 v) { out.writeIntBigEndian ((int) v); return *this; }
-        Bytes& be16 (int v) { out.writeShortBigEndian ((short) v); return *this; }
-        Bytes& zeros (int n) { out.writeRepeatedByte (0, (size_t) n); return *this; }
-        Bytes& raw (std::initializer_list<int> values) { for (auto v : values) out.writeByte ((char) v); return *this; }
+        Bytes& text (const char* s)
+        {
+            out.write (s, std::strlen (s));
+            return *this;
+        }
+        Bytes& le32 (juce::uint32 v)
+        {
+            out.writeInt ((int) v);
+            return *this;
+        }
+        Bytes& le16 (int v)
+        {
+            out.writeShort ((short) v);
+            return *this;
+        }
+        Bytes& le64 (juce::int64 v)
+        {
+            out.writeInt64 (v);
+            return *this;
+        }
+        Bytes& be32 (juce::uint32 v)
+        {
+            out.writeIntBigEndian ((int) v);
+            return *this;
+        }
+        Bytes& be16 (int v)
+        {
+            out.writeShortBigEndian ((short) v);
+            return *this;
+        }
+        Bytes& zeros (int n)
+        {
+            out.writeRepeatedByte (0, (size_t) n);
+            return *this;
+        }
+        Bytes& raw (std::initializer_list<int> values)
+        {
+            for (auto v : values)
+                out.writeByte ((char) v);
+            return *this;
+        }
         juce::File saveAs (const juce::File& f) { return save (f, out.getMemoryBlock()); }
     };
 
     Bytes& wavFormat (Bytes& b, int channels, int rate, int bits)
     {
-        return b.text ("fmt ").le32 (16).le16 (1).le16 (channels).le32 ((juce::uint32) rate)
-                .le32 ((juce::uint32) ((juce::int64) rate * channels * bits / 8)).le16 (channels * bits / 8).le16 (bits);
+        return b.text ("fmt ")
+            .le32 (16)
+            .le16 (1)
+            .le16 (channels)
+            .le32 ((juce::uint32) rate)
+            .le32 ((juce::uint32) ((juce::int64) rate * channels * bits / 8))
+            .le16 (channels * bits / 8)
+            .le16 (bits);
     }
 
     /** A plain RIFF WAV whose data chunk claims `claimed` bytes and holds `held`. */
@@ -90,7 +130,12 @@ juce::File writeAbsurdRf64 (const juce::File& file)
 {
     Bytes b;
     b.text ("RF64").le32 (0xffffffff).text ("WAVE");
-    b.text ("ds64").le32 (28).le64 ((juce::int64) 256 << 30).le64 ((juce::int64) 256 << 30).le64 ((juce::int64) 64 << 30).le32 (0);
+    b.text ("ds64")
+        .le32 (28)
+        .le64 ((juce::int64) 256 << 30)
+        .le64 ((juce::int64) 256 << 30)
+        .le64 ((juce::int64) 64 << 30)
+        .le32 (0);
     wavFormat (b, 2, 44100, 16).text ("data").le32 (0xffffffff).zeros (64);
     return b.saveAs (file);
 }

@@ -14,7 +14,10 @@ namespace
 
     constexpr int minimumWidth = 20, maximumWidth = 1000;
 
-    juce::Array<int> playlistColumnIds() { return { 1, 2, 6, 4, 8, 9, 5, 7, 3 }; }
+    juce::Array<int> playlistColumnIds()
+    {
+        return { 1, 2, 6, 4, 8, 9, 5, 7, 3 };
+    }
 
     juce::String checkLayout (const juce::String& text)
     {

@@ -30,8 +30,8 @@ juce::File writeWav (const juce::File& file, double sampleRate, int channels, in
     file.deleteFile();
     juce::WavAudioFormat wav;
     auto* stream = file.createOutputStream().release();
-    std::unique_ptr<juce::AudioFormatWriter> writer (wav.createWriterFor (stream, sampleRate, (unsigned) channels,
-                                                                          bitsPerSample, {}, 0));
+    std::unique_ptr<juce::AudioFormatWriter> writer (
+        wav.createWriterFor (stream, sampleRate, (unsigned) channels, bitsPerSample, {}, 0));
     if (writer == nullptr)
     {
         delete stream;

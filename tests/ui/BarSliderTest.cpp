@@ -7,17 +7,17 @@ using namespace Marlode;
 
 namespace
 {
-    juce::Colour pixelAt (juce::Component& c, int x, int y)
-    {
-        return c.createComponentSnapshot (c.getLocalBounds(), true, 1.0f).getPixelAt (x, y);
-    }
+juce::Colour pixelAt (juce::Component& c, int x, int y)
+{
+    return c.createComponentSnapshot (c.getLocalBounds(), true, 1.0f).getPixelAt (x, y);
+}
 
-    struct WithLook : ::testing::Test
-    {
-        SondrelLookAndFeel look;
-        void SetUp() override { juce::LookAndFeel::setDefaultLookAndFeel (&look); }
-        void TearDown() override { juce::LookAndFeel::setDefaultLookAndFeel (nullptr); }
-    };
+struct WithLook : ::testing::Test
+{
+    SondrelLookAndFeel look;
+    void SetUp() override { juce::LookAndFeel::setDefaultLookAndFeel (&look); }
+    void TearDown() override { juce::LookAndFeel::setDefaultLookAndFeel (nullptr); }
+};
 }
 
 TEST_F (WithLook, LevelBarTextAndFontHeight)

@@ -89,11 +89,24 @@ TEST (ToolWindows, CloseLeavesTheListAndTheWindowCanOpenAgain)
 
 namespace
 {
-    juce::MouseEvent mouseEventOn (juce::Component& c)
-    {
-        return { juce::Desktop::getInstance().getMainMouseSource(), {}, {}, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f,
-                 &c, &c, juce::Time(), {}, juce::Time(), 1, false };
-    }
+juce::MouseEvent mouseEventOn (juce::Component& c)
+{
+    return { juce::Desktop::getInstance().getMainMouseSource(),
+             {},
+             {},
+             0.0f,
+             0.0f,
+             0.0f,
+             0.0f,
+             0.0f,
+             &c,
+             &c,
+             juce::Time(),
+             {},
+             juce::Time(),
+             1,
+             false };
+}
 }
 
 TEST (ToolWindows, TitleBarButtonsActOnPressAndPaintTheirHover)

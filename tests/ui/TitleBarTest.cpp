@@ -8,22 +8,22 @@ using namespace MarlodeTest;
 
 namespace
 {
-    // A frameless window whose content is the bar, as the main window's is.
-    struct BarWindow : juce::DocumentWindow
+// A frameless window whose content is the bar, as the main window's is.
+struct BarWindow : juce::DocumentWindow
+{
+    BarWindow() : juce::DocumentWindow ("bar", juce::Colours::black, 0)
     {
-        BarWindow() : juce::DocumentWindow ("bar", juce::Colours::black, 0)
-        {
-            setUsingNativeTitleBar (false);
-            setTitleBarHeight (0);
-            setContentNonOwned (&bar, false);
-            setBounds (100, 100, 400, 25);
-            setVisible (true);
-        }
+        setUsingNativeTitleBar (false);
+        setTitleBarHeight (0);
+        setContentNonOwned (&bar, false);
+        setBounds (100, 100, 400, 25);
+        setVisible (true);
+    }
 
-        ~BarWindow() override { clearContentComponent(); }
+    ~BarWindow() override { clearContentComponent(); }
 
-        TitleBarComponent bar { "Marlode" };
-    };
+    TitleBarComponent bar { "Marlode" };
+};
 }
 
 TEST (TitleBar, MaximiseRestoresAndEscapeDismissesTheMenu)

@@ -10,51 +10,54 @@ using namespace MarlodeTest;
 
 namespace
 {
-    constexpr double rate = 44100.0;
+constexpr double rate = 44100.0;
 
-    struct ThumbnailLoaderTest : ::testing::Test
+struct ThumbnailLoaderTest : ::testing::Test
+{
+    ThumbnailLoaderTest() { formats.registerBasicFormats(); }
+
+    TempFolder temp;
+    juce::AudioFormatManager formats;
+    juce::AudioThumbnailCache cache { 20 };
+    juce::AudioThumbnail thumbnail { 128, formats, cache };
+    ThumbnailLoader loader { formats, thumbnail, cache };
+
+    // A loud 1 kHz tone whose level rises over the file, left and right at different levels.
+    juce::File tone (const juce::String& name, int seconds)
     {
-        ThumbnailLoaderTest() { formats.registerBasicFormats(); }
-
-        TempFolder temp;
-        juce::AudioFormatManager formats;
-        juce::AudioThumbnailCache cache { 20 };
-        juce::AudioThumbnail thumbnail { 128, formats, cache };
-        ThumbnailLoader loader { formats, thumbnail, cache };
-
-        // A loud 1 kHz tone whose level rises over the file, left and right at different levels.
-        juce::File tone (const juce::String& name, int seconds)
-        {
-            return writeWav (temp.file (name), rate, 2, (int) rate * seconds, [seconds] (int c, int i)
-                             {
-                                 const auto level = 0.1 + 0.8 * i / (rate * seconds);
-                                 return (float) ((c ? 0.5 : 1.0) * level * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate));
-                             }, 16);
-        }
-    };
-
-    // An hour of mono silence as FLAC: a small file that takes seconds to decode.
-    juce::File longSilentFlac (const juce::File& file)
-    {
-        juce::FlacAudioFormat flac;
-        std::unique_ptr<juce::AudioFormatWriter> writer (
-            flac.createWriterFor (file.createOutputStream().release(), 44100.0, 1, 16, {}, 0));
-        juce::AudioBuffer<float> silence (1, 65536);
-        silence.clear();
-        for (int written = 0; written < 44100 * 60 * 60; written += silence.getNumSamples())
-            writer->writeFromAudioSampleBuffer (silence, 0, silence.getNumSamples());
-        return file;
+        return writeWav (
+            temp.file (name), rate, 2, (int) rate * seconds,
+            [seconds] (int c, int i)
+            {
+                const auto level = 0.1 + 0.8 * i / (rate * seconds);
+                return (float) ((c ? 0.5 : 1.0) * level * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate));
+            },
+            16);
     }
+};
 
-    // The drawn extent of every column of a picture of one channel.
-    std::vector<std::pair<int, int>> channelColumns (juce::AudioThumbnail& t, double start, double end, int channel)
-    {
-        juce::Image image (juce::Image::ARGB, 400, 100, true);
-        juce::Graphics g (image);
-        g.setColour (juce::Colours::white);
-        t.drawChannel (g, image.getBounds(), start, end, channel, 1.0f);
-        return columnExtents (image);
-    }
+// An hour of mono silence as FLAC: a small file that takes seconds to decode.
+juce::File longSilentFlac (const juce::File& file)
+{
+    juce::FlacAudioFormat flac;
+    std::unique_ptr<juce::AudioFormatWriter> writer (
+        flac.createWriterFor (file.createOutputStream().release(), 44100.0, 1, 16, {}, 0));
+    juce::AudioBuffer<float> silence (1, 65536);
+    silence.clear();
+    for (int written = 0; written < 44100 * 60 * 60; written += silence.getNumSamples())
+        writer->writeFromAudioSampleBuffer (silence, 0, silence.getNumSamples());
+    return file;
+}
+
+// The drawn extent of every column of a picture of one channel.
+std::vector<std::pair<int, int>> channelColumns (juce::AudioThumbnail& t, double start, double end, int channel)
+{
+    juce::Image image (juce::Image::ARGB, 400, 100, true);
+    juce::Graphics g (image);
+    g.setColour (juce::Colours::white);
+    t.drawChannel (g, image.getBounds(), start, end, channel, 1.0f);
+    return columnExtents (image);
+}
 }
 
 TEST_F (ThumbnailLoaderTest, HoldsWhatTheFrameworksOwnLoaderHolds)
@@ -98,7 +101,8 @@ TEST_F (ThumbnailLoaderTest, HoldsWhatTheFrameworksOwnLoaderHolds)
 TEST_F (ThumbnailLoaderTest, ATrackChangeMidwayStopsTheOldRead)
 {
     const auto loud = tone ("loud.wav", 60);
-    const auto quiet = writeWav (temp.file ("quiet.wav"), rate, 1, (int) rate * 2, [] (int, int) { return 0.0f; }, 16);
+    const auto quiet = writeWav (
+        temp.file ("quiet.wav"), rate, 1, (int) rate * 2, [] (int, int) { return 0.0f; }, 16);
 
     ASSERT_TRUE (loader.load (loud));
     ASSERT_TRUE (loader.load (quiet));

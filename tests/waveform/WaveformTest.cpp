@@ -29,27 +29,30 @@ TEST (TimelineHeader, TicksBySpan)
 
 namespace
 {
-    struct WaveformTest : ::testing::Test
+struct WaveformTest : ::testing::Test
+{
+    TempFolder temp;
+    AlertRecorder alerts;
+    DeckHarness h;
+    WaveformComponent& w = h.deck.waveform;
+    MarkerModel& m = h.deck.engine.markers;
+
+    void at (double seconds) { h.deck.engine.transport.setPosition (seconds); }
+    double position() const { return h.deck.engine.getPosition(); }
+
+    void SetUp() override
     {
-        TempFolder temp;
-        AlertRecorder alerts;
-        DeckHarness h;
-        WaveformComponent& w = h.deck.waveform;
-        MarkerModel& m = h.deck.engine.markers;
-
-        void at (double seconds) { h.deck.engine.transport.setPosition (seconds); }
-        double position() const { return h.deck.engine.getPosition(); }
-
-        void SetUp() override
-        {
-            // Slow shapes, many pixels wide at any zoom used here: a column's extent then
-            // depends on its time and not on how the thumbnail's bins fall into pixels.
-            const auto file = writeWav (temp.file ("tone.wav"), 44100.0, 2, 44100 * 20, [] (int c, int i)
-                                        { return (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * (c ? 1.3 : 0.5) * i / 44100.0)); });
-            ASSERT_TRUE (h.load (file));
-            ASSERT_TRUE (pumpUntil ([&] { return ! w.isDrawingDirect(); }, 5000)) << "the thumbnail never completed";
-        }
-    };
+        // Slow shapes, many pixels wide at any zoom used here: a column's extent then
+        // depends on its time and not on how the thumbnail's bins fall into pixels.
+        const auto file =
+            writeWav (temp.file ("tone.wav"), 44100.0, 2, 44100 * 20,
+                      [] (int c, int i) {
+                          return (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * (c ? 1.3 : 0.5) * i / 44100.0));
+                      });
+        ASSERT_TRUE (h.load (file));
+        ASSERT_TRUE (pumpUntil ([&] { return ! w.isDrawingDirect(); }, 5000)) << "the thumbnail never completed";
+    }
+};
 }
 
 TEST_F (WaveformTest, ZoomScrollAndFollowKeepTheViewSane)
@@ -126,8 +129,9 @@ TEST_F (WaveformTest, MarkersDragNudgeAndMoveTheLoopWhole)
     const auto area = w.getWaveformArea();
     auto click = [&] (int x, juce::ModifierKeys mods)
     {
-        w.mouseDown (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(), juce::Point<float> ((float) x, (float) area.getCentreY()),
-                                       mods, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, &w, &w, juce::Time(), {}, juce::Time(), 1, false));
+        w.mouseDown (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(),
+                                       juce::Point<float> ((float) x, (float) area.getCentreY()), mods, 0.0f, 0.0f, 0.0f, 0.0f,
+                                       0.0f, &w, &w, juce::Time(), {}, juce::Time(), 1, false));
     };
     const auto endBefore = m.getLoopEnd();
     click (1, juce::ModifierKeys (juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier));
@@ -141,14 +145,14 @@ TEST_F (WaveformTest, MarkersDragNudgeAndMoveTheLoopWhole)
 
 namespace
 {
-    // Runs xdotool with these arguments: real pointer and key events through the X server.
-    bool xdotool (const juce::StringArray& args)
-    {
-        juce::StringArray command { "xdotool" };
-        command.addArray (args);
-        juce::ChildProcess process;
-        return process.start (command, 0) && process.waitForProcessToFinish (5000) && process.getExitCode() == 0;
-    }
+// Runs xdotool with these arguments: real pointer and key events through the X server.
+bool xdotool (const juce::StringArray& args)
+{
+    juce::StringArray command { "xdotool" };
+    command.addArray (args);
+    juce::ChildProcess process;
+    return process.start (command, 0) && process.waitForProcessToFinish (5000) && process.getExitCode() == 0;
+}
 }
 
 TEST_F (WaveformTest, CtrlCtrlShiftAndAltOnTheWindowSetTheMarkers)
@@ -176,7 +180,8 @@ TEST_F (WaveformTest, CtrlCtrlShiftAndAltOnTheWindowSetTheMarkers)
         args.addArray (moveTo (x));
         const bool ran = xdotool (args);
         const auto cursor = pumpUntil ([&] { return w.getMouseCursor() != juce::MouseCursor::NormalCursor; }, 2000)
-                                ? w.getMouseCursor() : juce::MouseCursor();
+                                ? w.getMouseCursor()
+                                : juce::MouseCursor();
         xdotool ({ "keyup", keys });
         EXPECT_TRUE (ran);
         w.setMouseCursor (juce::MouseCursor::NormalCursor);
@@ -291,7 +296,13 @@ TEST_F (WaveformTest, LoopWrapsAndTheEndRestartsAtTheReplayMarker)
     m.setLoopEnd (20.0);
     w.updateLoopMarkers();
     h.deck.engine.transport.setPosition (19.8);
-    ASSERT_TRUE (pumpUntil ([&] { const auto p = h.deck.engine.getPosition(); return p > 2.9 && p < 4.0; }, 3000));
+    ASSERT_TRUE (pumpUntil (
+        [&]
+        {
+            const auto p = h.deck.engine.getPosition();
+            return p > 2.9 && p < 4.0;
+        },
+        3000));
     EXPECT_EQ (deck.getState(), TransportState::Playing);
 }
 

@@ -187,7 +187,8 @@ void LevelMeter::renderBackground()
         else
         {
             g.setColour (scaleCautionColour);
-            g.fillRect (juce::Rectangle<float> ((float) area.getX(), yForDb (-6.0f), (float) area.getWidth(), 6.0f * pixelsPerDb));
+            g.fillRect (
+                juce::Rectangle<float> ((float) area.getX(), yForDb (-6.0f), (float) area.getWidth(), 6.0f * pixelsPerDb));
             g.setColour (scaleWarningColour);
             g.fillRect (juce::Rectangle<float> ((float) area.getX(), yForDb (0.0f), (float) area.getWidth(), 6.0f * pixelsPerDb));
         }
@@ -235,7 +236,8 @@ void LevelMeter::timerRelayCallback()
     processor.fallWhenIdle (deckPlaying != nullptr && deckPlaying());
 
     const auto type = processor.meterType.load();
-    const auto decaysEqual = juce::approximatelyEqual (processor.smoothedLevelDecayTime.load(), processor.smoothedPeakDecayTime.load());
+    const auto decaysEqual =
+        juce::approximatelyEqual (processor.smoothedLevelDecayTime.load(), processor.smoothedPeakDecayTime.load());
 
     for (size_t ch = 0; ch < 2; ++ch)
     {
@@ -246,8 +248,8 @@ void LevelMeter::timerRelayCallback()
         bars[ch].setRectangle (juce::Rectangle<float> (area.getX(), barTop, area.getWidth(), area.getBottom() - barTop));
 
         const auto v = type == LevelMeterProcessor::lufs ? level
-                       : maxPeakHold                   ? shown.maxHold.load (std::memory_order_relaxed)
-                                                       : shown.peak.load (std::memory_order_relaxed);
+                       : maxPeakHold                     ? shown.maxHold.load (std::memory_order_relaxed)
+                                                         : shown.peak.load (std::memory_order_relaxed);
 
         if (v >= 0.0f)
         {
@@ -275,7 +277,8 @@ void LevelMeter::timerRelayCallback()
                     colour = warningColour;
 
                 peakMarks[ch].setFill (colour);
-                peakMarks[ch].setRectangle (juce::Rectangle<float> (area.getX(), (float) (int) yForDb (v), area.getWidth(), 1.0f));
+                peakMarks[ch].setRectangle (
+                    juce::Rectangle<float> (area.getX(), (float) (int) yForDb (v), area.getWidth(), 1.0f));
                 peakMarks[ch].setVisible (v > LevelMeterProcessor::floorDb);
             }
         }

@@ -28,7 +28,8 @@ void LevelMeterHorizontalLights::paint (juce::Graphics& g)
     for (size_t c = 0; c < shownDb.size(); ++c)
         for (size_t cell = 0; cell < thresholds.size(); ++cell)
         {
-            const auto area = juce::Rectangle<float> ((float) cell * cellWidth, (float) c * rowHeight, cellWidth, rowHeight).reduced (1.5f);
+            const auto area =
+                juce::Rectangle<float> ((float) cell * cellWidth, (float) c * rowHeight, cellWidth, rowHeight).reduced (1.5f);
             g.setColour (shownDb[c] >= thresholds[cell] ? colours[cell] : blackColour);
             g.fillRoundedRectangle (area, 2.0f);
             g.setColour (midGreyColour);

@@ -30,7 +30,7 @@ public:
 
 private:
     std::array<float, MasterLevelMeasurement::numChannels> shownDb { MasterLevelMeasurement::floorDb,
-                                                                      MasterLevelMeasurement::floorDb };
+                                                                     MasterLevelMeasurement::floorDb };
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (LevelMeterHorizontalLights)
 };

@@ -6,32 +6,32 @@ using namespace Marlode;
 
 namespace
 {
-    struct Meter : ::testing::Test
+struct Meter : ::testing::Test
+{
+    std::atomic<bool> playing { true };
+    LevelMeterProcessor processor;
+    LevelMeter meter { "in", processor, [this] { return playing.load(); } };
+    juce::AudioBuffer<float> block { 2, 441 };
+
+    void SetUp() override
     {
-        std::atomic<bool> playing { true };
-        LevelMeterProcessor processor;
-        LevelMeter meter { "in", processor, [this] { return playing.load(); } };
-        juce::AudioBuffer<float> block { 2, 441 };
+        meter.setSize (75, 300);
+        processor.prepare (441, 44100.0);
+    }
 
-        void SetUp() override
+    void feed (float left, float right, int times = 1)
+    {
+        for (int t = 0; t < times; ++t)
         {
-            meter.setSize (75, 300);
-            processor.prepare (441, 44100.0);
+            juce::FloatVectorOperations::fill (block.getWritePointer (0), left, 441);
+            juce::FloatVectorOperations::fill (block.getWritePointer (1), right, 441);
+            processor.process (juce::AudioSourceChannelInfo (&block, 0, 441));
         }
+    }
 
-        void feed (float left, float right, int times = 1)
-        {
-            for (int t = 0; t < times; ++t)
-            {
-                juce::FloatVectorOperations::fill (block.getWritePointer (0), left, 441);
-                juce::FloatVectorOperations::fill (block.getWritePointer (1), right, 441);
-                processor.process (juce::AudioSourceChannelInfo (&block, 0, 441));
-            }
-        }
-
-        float shownPeak (int ch) { return meter.processor.display (ch).peak.load(); }
-        float shownLevel (int ch) { return meter.processor.display (ch).level.load(); }
-    };
+    float shownPeak (int ch) { return meter.processor.display (ch).peak.load(); }
+    float shownLevel (int ch) { return meter.processor.display (ch).level.load(); }
+};
 }
 
 TEST_F (Meter, PeakRmsAndTheStraightFall)
