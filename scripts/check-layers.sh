@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Which way the includes go. The engine library (engine/, dsp/ without its panels, state/) knows
-# no window code; above it each folder may include only folders below it, from the bottom:
-#   state, dsp, engine, ui, dsp/panels, waveform, playlist, deck, app
-# Prints every include that breaks the order and exits 1 if there is one.
+# Which way the includes go. Each folder may include only folders below it, from the bottom:
+#   state, ui, dsp, dsp/panels, engine, waveform, playlist, deck, app
+# and the engine library (state/, dsp/ without its panels, engine/) includes nothing outside
+# itself and no window code. Prints every include that breaks a rule and exits 1 if there is one.
 set -euo pipefail
 src="${1:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/src}"
-order=(state dsp engine ui dsp/panels waveform playlist deck app)
+order=(state ui dsp dsp/panels engine waveform playlist deck app)
+engine_library=" state dsp engine "
 
 rank() {
     local folder="$1" i
@@ -29,10 +30,13 @@ while IFS= read -r file; do
         if [ "$to_rank" -gt "$from_rank" ]; then
             echo "${file#"$src"/}: includes $target, from a higher folder"
             status=1
+        elif [[ "$engine_library" == *" $from "* && "$engine_library" != *" $to "* ]]; then
+            echo "${file#"$src"/}: includes $target, from outside the engine library"
+            status=1
         fi
     done < <(grep -h '^#include "' "$file" || true)
 
-    if [ "$from_rank" -le "$(rank engine)" ] && grep -qE '^#include <juce_(gui_basics|gui_extra|graphics|audio_utils|data_structures)/' "$file"; then
+    if [[ "$engine_library" == *" $from "* ]] && grep -qE '^#include <juce_(gui_basics|gui_extra|graphics|audio_utils|data_structures)/' "$file"; then
         echo "${file#"$src"/}: the engine library includes window code"
         status=1
     fi

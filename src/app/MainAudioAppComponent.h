@@ -4,9 +4,9 @@
 #include "dsp/panels/EQComponent.h"
 #include "dsp/panels/LevelMeterHorizontalLights.h"
 #include "engine/MasterEngine.h"
-#include "engine/TimerRelayBroadcaster.h"
+#include "ui/TimerRelayBroadcaster.h"
 #include "ui/TitleBarComponent.h"
-#include "ui/VolumeAndPanComponent.h"
+#include "dsp/panels/VolumeAndPanComponent.h"
 
 #include <juce_audio_utils/juce_audio_utils.h>
 

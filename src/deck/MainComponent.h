@@ -11,7 +11,7 @@
 #include "dsp/panels/EQComponent.h"
 #include "dsp/panels/LevelMeter.h"
 #include "dsp/panels/LevelMeterSettingsComponent.h"
-#include "engine/TimerRelayBroadcaster.h"
+#include "ui/TimerRelayBroadcaster.h"
 #include "playlist/PlaylistComponent.h"
 #include "waveform/WaveformBackground.h"
 #include "waveform/WaveformComponent.h"

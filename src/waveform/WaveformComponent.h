@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engine/DeckEngine.h"
-#include "engine/TimerRelayListener.h"
+#include "ui/TimerRelayListener.h"
 #include "waveform/ThumbnailLoader.h"
 #include "waveform/TimelineHeader.h"
 #include "waveform/WaveformBackground.h"

@@ -1,5 +1,5 @@
 #include "ui/SondrelLookAndFeel.h"
-#include "ui/VolumeAndPanComponent.h"
+#include "dsp/panels/VolumeAndPanComponent.h"
 
 #include <gtest/gtest.h>
 

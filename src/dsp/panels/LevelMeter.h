@@ -1,7 +1,7 @@
 #pragma once
 
 #include "dsp/LevelMeterProcessor.h"
-#include "engine/TimerRelayListener.h"
+#include "ui/TimerRelayListener.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 

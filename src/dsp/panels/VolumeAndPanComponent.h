@@ -2,7 +2,7 @@
 
 #include "dsp/MasterGainStage.h"
 #include "ui/HorizontalSlider.h"
-#include "ui/PanSliderComponent.h"
+#include "dsp/panels/PanSliderComponent.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 

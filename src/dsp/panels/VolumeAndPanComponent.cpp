@@ -1,4 +1,4 @@
-#include "ui/VolumeAndPanComponent.h"
+#include "dsp/panels/VolumeAndPanComponent.h"
 #include "ui/SondrelLookAndFeel.h"
 
 namespace Marlode

@@ -1,4 +1,4 @@
-#include "engine/TimerRelayBroadcaster.h"
+#include "ui/TimerRelayBroadcaster.h"
 
 namespace Marlode
 {

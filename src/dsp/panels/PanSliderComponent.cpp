@@ -1,4 +1,4 @@
-#include "ui/PanSliderComponent.h"
+#include "dsp/panels/PanSliderComponent.h"
 #include "dsp/MasterGainStage.h"
 
 #include <cmath>

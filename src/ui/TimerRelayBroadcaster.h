@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/TimerRelayListener.h"
+#include "ui/TimerRelayListener.h"
 
 #include <juce_core/juce_core.h>
 
