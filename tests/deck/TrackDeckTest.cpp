@@ -181,12 +181,6 @@ TEST_F (TrackDeckTest, InvalidExtensionsGetTheExactQuestionAndList)
     EXPECT_EQ (alerts.shown[1].message, "The following file's extension is not a valid format.\n\nParent Directory:\n\n"
                                             + folder.getChildFile ("notes.txt").getFullPathName() + "\r\n");
     EXPECT_EQ (h.deck.playlist.getNumRows(), 1) << "the valid file still arrives";
-
-    alerts.shown.clear();
-    alerts.answer = false;
-    h.deck.openFiles ({ temp.file ("a.doc"), temp.file ("b.pdf") });
-    ASSERT_EQ (alerts.shown.size(), 1u);
-    EXPECT_TRUE (alerts.shown[0].message.startsWith ("2 files you selected could not be loaded.\nThe file extensions are not"));
 }
 
 TEST_F (TrackDeckTest, HostileFilesLeaveTheLoadedTrackAsItWasWithTheUnreadableMessage)
