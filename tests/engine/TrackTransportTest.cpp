@@ -22,6 +22,16 @@ juce::AudioBuffer<float> rampSignal (int numSamples)
     return b;
 }
 
+// A stereo sine of `hz` recorded at `rate`.
+juce::AudioBuffer<float> tone (double hz, double rate, int numSamples, double phase = 0.0)
+{
+    juce::AudioBuffer<float> b (2, numSamples);
+    for (int i = 0; i < numSamples; ++i)
+        for (int c = 0; c < 2; ++c)
+            b.setSample (c, i, (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * hz * i / rate + phase)));
+    return b;
+}
+
 struct TransportFixture : ::testing::Test
 {
     juce::TimeSliceThread thread { "Read Ahead Buffer Thread" };
@@ -37,12 +47,14 @@ struct TransportFixture : ::testing::Test
         thread.stopThread (1000);
     }
 
-    // Plays `audio` from now on; the fixture keeps it until the transport has let go.
-    juce::MemoryAudioSource& play (juce::AudioBuffer<float> audio)
+    // Gives the transport `audio`, recorded at `sourceRate`, on a 44.1 kHz device; the fixture
+    // keeps it until the transport has let go.
+    void load (juce::AudioBuffer<float> audio, double sourceRate = 44100.0)
     {
         signal = std::move (audio);
         source = std::make_unique<juce::MemoryAudioSource> (signal, false);
-        return *source;
+        transport.prepareToPlay (block, 44100.0);
+        transport.setSource (source.get(), 32768, &thread, sourceRate);
     }
 
     void waitForBuffer (int atLeast = block * 4)
@@ -60,33 +72,6 @@ struct TransportFixture : ::testing::Test
 };
 }
 
-TEST_F (TransportFixture, PlaysTheSourceBitForBitAtTheSameRate)
-{
-    auto& src = play (rampSignal (block * 40));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 44100.0);
-    waitForBuffer (block * 20);
-
-    // Stopped: silence and no movement.
-    pull();
-    EXPECT_EQ (out.getMagnitude (0, block), 0.0f);
-    EXPECT_EQ (transport.getNextReadPosition(), 0);
-
-    transport.start();
-    ASSERT_TRUE (transport.isPlaying());
-
-    for (int b = 0; b < 10; ++b)
-    {
-        pull();
-        for (int c = 0; c < 2; ++c)
-            for (int i = 0; i < block; ++i)
-                ASSERT_EQ (out.getSample (c, i), signal.getSample (c, b * block + i)) << "block " << b << " sample " << i;
-    }
-
-    EXPECT_EQ (transport.getNextReadPosition(), 10 * block);
-    EXPECT_DOUBLE_EQ (transport.getCurrentPosition(), 10.0 * block / 44100.0);
-}
-
 // Every sample of `out` equals the signal from `position` on.
 ::testing::AssertionResult blockIsSignalAt (const juce::AudioBuffer<float>& out, const juce::AudioBuffer<float>& signal,
                                             juce::int64 position)
@@ -101,9 +86,7 @@ TEST_F (TransportFixture, PlaysTheSourceBitForBitAtTheSameRate)
 
 TEST_F (TransportFixture, AMessageThreadSeekSoundsInTheVeryNextBlock)
 {
-    auto& src = play (rampSignal (44100 * 8));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 44100.0);
+    load (rampSignal (44100 * 8));
     transport.start();
     ASSERT_TRUE (blockIsSignalAt (pull(), signal, 0)) << "a start right after the source change sounds at once";
 
@@ -143,43 +126,27 @@ TEST_F (TransportFixture, AMessageThreadSeekSoundsInTheVeryNextBlock)
     ASSERT_TRUE (blockIsSignalAt (pull(), signal, (juce::int64) (1.9 * 44100.0)));
 }
 
-TEST_F (TransportFixture, AWrapToACuePointSoundsInTheSameBlockAndPlaysOnSeamlessly)
+TEST_F (TransportFixture, AWrapToACuePointSoundsInTheSameBlockAndAMovedCueIsDecodedAgain)
 {
-    auto& src = play (rampSignal (44100 * 8));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 44100.0);
-
-    const double loopStart = 1.5, replay = 0.25;
-    transport.setCuePoints (loopStart, replay);
-    ASSERT_TRUE (pumpUntil ([&] { return transport.isCueReady (loopStart) && transport.isCueReady (replay); }, 2000));
-
+    // Loop wraps through the deck's block path are the deck engine's test; here the replay cue,
+    // played on far past its decoded stretch into what the read-ahead adds, and a cue that moves.
+    load (rampSignal (44100 * 8));
+    const double replay = 0.25;
+    const auto replaySample = (juce::int64) (replay * 44100.0);
+    transport.setCuePoints (1.5, replay);
+    ASSERT_TRUE (pumpUntil ([&] { return transport.isCueReady (replay); }, 2000));
     transport.start();
-    const auto loopStartSample = (juce::int64) (loopStart * 44100.0);
-    juce::int64 expected = 0;
-
-    // Wraps as the deck's block path makes them: from the audio thread, right before its block,
-    // and each time playing on far past the cue's decoded stretch into what the read-ahead adds.
-    for (int wrap = 0; wrap < 4; ++wrap)
+    for (int b = 0; b < 40; ++b)
     {
-        for (int b = 0; b < 40; ++b)
-        {
-            ASSERT_TRUE (blockIsSignalAt (pull(), signal, expected)) << "wrap " << wrap << " block " << b;
-            expected += block;
-            juce::Thread::sleep (1);
-        }
-
-        transport.setNextReadPosition (loopStartSample);
-        EXPECT_EQ (transport.getNextReadPosition(), loopStartSample);
-        expected = loopStartSample;
+        ASSERT_TRUE (blockIsSignalAt (pull(), signal, b * block));
+        juce::Thread::sleep (1);
     }
 
-    // The replay point is served the same way, and a cue that moves is decoded again.
-    transport.setNextReadPosition ((juce::int64) (replay * 44100.0));
-    ASSERT_TRUE (blockIsSignalAt (pull(), signal, (juce::int64) (replay * 44100.0)));
-
-    for (int b = 1; b < 40; ++b)
+    transport.setNextReadPosition (replaySample);
+    EXPECT_EQ (transport.getNextReadPosition(), replaySample);
+    for (int b = 0; b < 40; ++b)
     {
-        ASSERT_TRUE (blockIsSignalAt (pull(), signal, (juce::int64) (replay * 44100.0) + b * block));
+        ASSERT_TRUE (blockIsSignalAt (pull(), signal, replaySample + b * block)) << "block " << b;
         juce::Thread::sleep (1);
     }
 
@@ -192,9 +159,7 @@ TEST_F (TransportFixture, AWrapToACuePointSoundsInTheSameBlockAndPlaysOnSeamless
 TEST_F (TransportFixture, ALoopEndingWithTheTrackGoesOnAtTheReplayPointWithinTheSameBlock)
 {
     const int total = 44100 * 2 + 300; // the end falls inside a block
-    auto& src = play (rampSignal (total));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 44100.0);
+    load (rampSignal (total));
     const double replay = 0.5;
     const auto replaySample = (juce::int64) (replay * 44100.0);
     transport.setCuePoints (-1.0, replay, true);
@@ -231,9 +196,7 @@ TEST_F (TransportFixture, ALoopEndingWithTheTrackGoesOnAtTheReplayPointWithinThe
 TEST_F (TransportFixture, AWrapWithNoCueKeepsPlayingUntilTheNewPlaceIsThere)
 {
     // No cue points: the audio already buffered must go on rather than a hole.
-    auto& src = play (rampSignal (44100 * 4));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 44100.0);
+    load (rampSignal (44100 * 4));
     transport.start();
     waitForBuffer (block * 8);
 
@@ -262,14 +225,7 @@ TEST_F (TransportFixture, AWrapWithNoCueKeepsPlayingUntilTheNewPlaceIsThere)
 TEST_F (TransportFixture, ResampledSeeksAndWrapsLeaveNoHole)
 {
     // A 48 kHz tone on a 44.1 kHz device: a run of silent samples anywhere would be a hole.
-    juce::AudioBuffer<float> tone (2, 48000 * 4);
-    for (int i = 0; i < tone.getNumSamples(); ++i)
-        for (int c = 0; c < 2; ++c)
-            tone.setSample (c, i, (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * 441.0 * i / 48000.0 + 0.3)));
-
-    auto& src = play (std::move (tone));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 48000.0);
+    load (tone (441.0, 48000.0, 48000 * 4, 0.3), 48000.0);
     transport.setCuePoints (1.0, 0.5);
     ASSERT_TRUE (pumpUntil ([&] { return transport.isCueReady (1.0) && transport.isCueReady (0.5); }, 2000));
     transport.start();
@@ -299,15 +255,7 @@ TEST_F (TransportFixture, ResampledSeeksAndWrapsLeaveNoHole)
 TEST_F (TransportFixture, ResamplesToTheDeviceRateAndReportsDevicePositions)
 {
     // A 1 kHz tone at 48 kHz played on a 44.1 kHz device must still be 1 kHz.
-    const int sourceLength = 48000;
-    juce::AudioBuffer<float> tone (2, sourceLength);
-    for (int i = 0; i < sourceLength; ++i)
-        for (int c = 0; c < 2; ++c)
-            tone.setSample (c, i, (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / 48000.0)));
-
-    auto& src = play (std::move (tone));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 48000.0);
+    load (tone (1000.0, 48000.0, 48000), 48000.0);
     EXPECT_EQ (transport.getTotalLength(), 44100);
     EXPECT_NEAR (transport.getLengthInSeconds(), 1.0, 1e-9);
 
@@ -337,13 +285,9 @@ TEST_F (TransportFixture, ResamplesToTheDeviceRateAndReportsDevicePositions)
 TEST_F (TransportFixture, StopFadesOutOneBlockThenHoldsThePosition)
 {
     juce::AudioBuffer<float> dc (2, 44100);
-    dc.clear();
     for (int c = 0; c < 2; ++c)
         juce::FloatVectorOperations::fill (dc.getWritePointer (c), 0.5f, dc.getNumSamples());
-
-    auto& src = play (std::move (dc));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 44100.0);
+    load (std::move (dc));
     waitForBuffer();
     transport.start();
     pull();
@@ -386,45 +330,25 @@ TEST_F (TransportFixture, StopFadesOutOneBlockThenHoldsThePosition)
         EXPECT_LE (firstAfterStop[(size_t) i], firstAfterStop[(size_t) i - 1]);
 }
 
-TEST_F (TransportFixture, EndOfStreamStopsAndTellsTheMessageThread)
+TEST_F (TransportFixture, EndOfStreamStopsAndASeekBackUnfinishesIt)
 {
-    auto& src = play (rampSignal (block * 3 + 100));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 44100.0);
+    // That the message thread hears of the end is the track deck's test (Play-Next follows it).
+    load (rampSignal (block * 3 + 100));
     waitForBuffer (block * 4);
-
-    struct Counter : juce::ChangeListener
-    {
-        int count = 0;
-        void changeListenerCallback (juce::ChangeBroadcaster*) override { ++count; }
-    } counter;
-    transport.addChangeListener (&counter);
-
     transport.start();
-    pumpMessages (20);
-    const auto afterStart = counter.count;
-    EXPECT_GE (afterStart, 1);
-
     for (int b = 0; b < 6; ++b)
         pull();
 
     EXPECT_FALSE (transport.isPlaying());
     EXPECT_TRUE (transport.hasStreamFinished());
-    ASSERT_TRUE (pumpUntil ([&] { return counter.count > afterStart; }, 1000));
-    transport.removeChangeListener (&counter);
-
-    // Past the end only silence comes, and a seek back makes the stream unfinished again.
-    pull();
-    EXPECT_EQ (out.getMagnitude (0, block), 0.0f);
+    EXPECT_EQ (pull().getMagnitude (0, block), 0.0f) << "past the end only silence";
     transport.setNextReadPosition (0);
     EXPECT_FALSE (transport.hasStreamFinished());
 }
 
 TEST_F (TransportFixture, ANewDeviceRateKeepsThePosition)
 {
-    auto& src = play (rampSignal (44100 * 2));
-    transport.prepareToPlay (block, 44100.0);
-    transport.setSource (&src, 32768, &thread, 44100.0);
+    load (rampSignal (44100 * 2));
     transport.setNextReadPosition (22050);
 
     transport.prepareToPlay (block, 88200.0);

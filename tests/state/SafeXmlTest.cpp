@@ -47,20 +47,6 @@ double secondsFor (const std::function<void()>& work)
 }
 }
 
-TEST (SafeXml, ReadsOrdinaryDocumentsAsTheFrameworkDoes)
-{
-    const juce::String text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- a playlist -->\n"
-                              "<PLAYLIST_DATA><TRACK ID=\"0\" Path=\"/a &amp; b/&#233;&#x41;.wav\"/>"
-                              "<TRACK ID='1' Path=\"/c.wav\"></TRACK><?pi x?><![CDATA[<not an element>]]>text</PLAYLIST_DATA>";
-    juce::String error;
-    auto xml = SafeXml::parse (text, error);
-    ASSERT_NE (xml, nullptr) << error;
-    EXPECT_EQ (xml->getTagName(), "PLAYLIST_DATA");
-    EXPECT_EQ (xml->getChildElement (0)->getStringAttribute ("Path"), juce::CharPointer_UTF8 ("/a & b/\xc3\xa9"
-                                                                                              "A.wav"));
-    EXPECT_EQ (xml->getChildElement (1)->getStringAttribute ("Path"), "/c.wav");
-}
-
 TEST (SafeXml, FilesMustBeRegularAndBounded)
 {
     TempFolder temp;

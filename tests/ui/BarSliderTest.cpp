@@ -20,7 +20,7 @@ struct WithLook : ::testing::Test
 };
 }
 
-TEST_F (WithLook, LevelBarTextAndFontHeight)
+TEST_F (WithLook, LevelBarText)
 {
     Slider::HorizontalSlider bar;
     bar.setRange (0.0, 1.0);
@@ -28,11 +28,6 @@ TEST_F (WithLook, LevelBarTextAndFontHeight)
     EXPECT_EQ (bar.getTextFromValue (1.0e-6), "-Inf") << "-120 dB is below the floor";
     EXPECT_EQ (bar.getTextFromValue (0.5), "-6.0 dB");
     EXPECT_EQ (bar.getTextFromValue (1.0), "0.0 dB");
-
-    bar.setSize (100, 25);
-    EXPECT_EQ (bar.getValueFontHeight(), 12.5f);
-    bar.setSize (100, 26);
-    EXPECT_EQ (bar.getValueFontHeight(), 25.0f);
 }
 
 TEST_F (WithLook, PanTextFollowsTheUnroundedSign)
@@ -53,8 +48,6 @@ TEST_F (WithLook, VolumeIsAPlainFactorWithAQuarterAtTheMiddle)
 {
     MasterGainStage stage;
     VolumeAndPanComponent v { stage };
-    v.setSize (300, 50);
-    EXPECT_EQ (v.volumeSlider.getValue(), 1.0);
     EXPECT_NEAR (v.volumeSlider.proportionOfLengthToValue (0.5), 0.25, 1e-9);
 
     v.volumeSlider.setValue (0.5, juce::sendNotificationSync);

