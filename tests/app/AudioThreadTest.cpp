@@ -80,16 +80,13 @@ struct ControlResources
     int pair[2] { -1, -1 };
     int udp = -1;
     FILE* nullFile = nullptr;
+    char byte[1] {};
 };
 
-ControlResources* resources = nullptr;
+ControlResources* res = nullptr;
 
-timespec now()
-{
-    timespec t {};
-    clock_gettime (CLOCK_REALTIME, &t);
-    return t;
-}
+// A deadline long past: the timed waits return at once, after making their call.
+const timespec zero {};
 
 struct Control
 {
@@ -107,60 +104,26 @@ const Control controls[] = {
           asm volatile("" : : "r"(p) : "memory");
           delete p;
       } },
-    { "pthread_mutex_lock", Kind::lock, [] { const std::scoped_lock lock (resources->mutex); } },
-    { "pthread_rwlock_rdlock", Kind::lock,
-      []
-      {
-          pthread_rwlock_rdlock (&resources->rwlock);
-          pthread_rwlock_unlock (&resources->rwlock);
-      } },
-    { "pthread_rwlock_wrlock", Kind::lock,
-      []
-      {
-          pthread_rwlock_wrlock (&resources->rwlock);
-          pthread_rwlock_unlock (&resources->rwlock);
-      } },
-    { "sem_wait", Kind::wait,
-      []
-      {
-          sem_post (&resources->semaphore);
-          sem_wait (&resources->semaphore);
-      } },
-    { "sem_timedwait", Kind::wait,
-      []
-      {
-          sem_post (&resources->semaphore);
-          const auto deadline = now();
-          sem_timedwait (&resources->semaphore, &deadline);
-      } },
+    { "pthread_mutex_lock", Kind::lock, [] { const std::scoped_lock lock (res->mutex); } },
+    { "pthread_rwlock_rdlock", Kind::lock, [] { pthread_rwlock_rdlock (&res->rwlock), pthread_rwlock_unlock (&res->rwlock); } },
+    { "pthread_rwlock_wrlock", Kind::lock, [] { pthread_rwlock_wrlock (&res->rwlock), pthread_rwlock_unlock (&res->rwlock); } },
+    { "sem_wait", Kind::wait, [] { sem_post (&res->semaphore), sem_wait (&res->semaphore); } },
+    { "sem_timedwait", Kind::wait, [] { sem_post (&res->semaphore), sem_timedwait (&res->semaphore, &zero); } },
     // Returns at the next signal, which a helper thread sends every half millisecond.
     { "pthread_cond_wait", Kind::wait,
       []
       {
-          pthread_mutex_lock (&resources->conditionMutex);
-          pthread_cond_wait (&resources->condition, &resources->conditionMutex);
-          pthread_mutex_unlock (&resources->conditionMutex);
+          pthread_mutex_lock (&res->conditionMutex), pthread_cond_wait (&res->condition, &res->conditionMutex),
+              pthread_mutex_unlock (&res->conditionMutex);
       } },
     { "pthread_cond_timedwait", Kind::wait,
       []
       {
-          pthread_mutex_lock (&resources->conditionMutex);
-          const auto deadline = now();
-          pthread_cond_timedwait (&resources->condition, &resources->conditionMutex, &deadline);
-          pthread_mutex_unlock (&resources->conditionMutex);
+          pthread_mutex_lock (&res->conditionMutex), pthread_cond_timedwait (&res->condition, &res->conditionMutex, &zero),
+              pthread_mutex_unlock (&res->conditionMutex);
       } },
-    { "nanosleep", Kind::sleep,
-      []
-      {
-          const timespec zero {};
-          nanosleep (&zero, nullptr);
-      } },
-    { "clock_nanosleep", Kind::sleep,
-      []
-      {
-          const timespec zero {};
-          clock_nanosleep (CLOCK_MONOTONIC, 0, &zero, nullptr);
-      } },
+    { "nanosleep", Kind::sleep, [] { nanosleep (&zero, nullptr); } },
+    { "clock_nanosleep", Kind::sleep, [] { clock_nanosleep (CLOCK_MONOTONIC, 0, &zero, nullptr); } },
     { "usleep", Kind::sleep, [] { usleep (0); } },
     { "sched_yield", Kind::sleep, [] { sched_yield(); } },
     { "open read close", Kind::io,
@@ -171,8 +134,8 @@ const Control controls[] = {
           [[maybe_unused]] const auto n = ::read (fd, &byte, 1);
           ::close (fd);
       } },
-    { "write", Kind::io, [] { [[maybe_unused]] const auto n = ::write (resources->nullFd, "x", 1); } },
-    { "fwrite", Kind::io, [] { std::fwrite ("x", 1, 1, resources->nullFile); } },
+    { "write", Kind::io, [] { [[maybe_unused]] const auto n = ::write (res->nullFd, "x", 1); } },
+    { "fwrite", Kind::io, [] { std::fwrite ("x", 1, 1, res->nullFile); } },
     { "socket", Kind::io, [] { ::close (::socket (AF_INET, SOCK_DGRAM, 0)); } },
     { "connect", Kind::io,
       []
@@ -181,15 +144,9 @@ const Control controls[] = {
           address.sin_family = AF_INET;
           address.sin_port = htons (9);
           address.sin_addr.s_addr = htonl (INADDR_LOOPBACK);
-          ::connect (resources->udp, reinterpret_cast<const sockaddr*> (&address), sizeof (address));
+          ::connect (res->udp, reinterpret_cast<const sockaddr*> (&address), sizeof (address));
       } },
-    { "send recv", Kind::io,
-      []
-      {
-          char byte = 0;
-          ::send (resources->pair[0], "x", 1, 0);
-          ::recv (resources->pair[1], &byte, 1, 0);
-      } },
+    { "send recv", Kind::io, [] { ::send (res->pair[0], "x", 1, 0), ::recv (res->pair[1], res->byte, 1, 0); } },
 };
 }
 
@@ -201,7 +158,7 @@ TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
     TempFolder temp;
     AlertRecorder alerts;
     ControlResources made;
-    resources = &made;
+    res = &made;
     WatchedApp app;
     ASSERT_NE (app.deviceManager.getCurrentAudioDevice(), nullptr) << "no JACK device opened";
     ASSERT_TRUE (app.waitForCallbacks (10)) << "the device's callback isn't running";
@@ -240,7 +197,7 @@ TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
 
     signalling = false;
     signaller.join();
-    resources = nullptr;
+    res = nullptr;
 }
 
 TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)

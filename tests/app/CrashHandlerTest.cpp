@@ -102,10 +102,7 @@ void holdTheHeapLock()
         ::_exit (4);
     ::fcntl (full[1], F_SETFL, O_NONBLOCK);
     const char junk[4096] = {};
-    while (::write (full[1], junk, sizeof (junk)) > 0)
-    {
-    }
-    while (::write (full[1], junk, 1) > 0)
+    while (::write (full[1], junk, sizeof (junk)) > 0 || ::write (full[1], junk, 1) > 0)
     {
     }
     ::fcntl (full[1], F_SETFL, 0);
@@ -235,13 +232,7 @@ TEST (CrashHandler, LogsAndEndsByTheSameSignalWhileAnotherThreadHoldsTheHeapLock
         500);
     ASSERT_FALSE (control.ended) << "the heap lock wasn't held";
 
-    const auto end = runChild (log,
-                               [] (auto& ready)
-                               {
-                                   holdTheHeapLock();
-                                   ready();
-                                   std::raise (SIGSEGV);
-                               });
+    const auto end = runChild (log, [] (auto& ready) { holdTheHeapLock(), ready(), std::raise (SIGSEGV); });
 
     ASSERT_TRUE (end.ended) << "the handler blocked";
     EXPECT_EQ (end.signal, SIGSEGV);
@@ -258,12 +249,7 @@ TEST (CrashHandler, AStackOverflowIsLoggedOnTheAlternateStack)
     MarlodeTest::TempFolder temp;
     const auto log = temp.file ("CrashLog.log");
 
-    const auto end = runChild (log,
-                               [] (auto& ready)
-                               {
-                                   ready();
-                                   recurse (nullptr, 0);
-                               });
+    const auto end = runChild (log, [] (auto& ready) { ready(), recurse (nullptr, 0); });
 
     ASSERT_TRUE (end.ended);
     EXPECT_EQ (end.signal, SIGSEGV);

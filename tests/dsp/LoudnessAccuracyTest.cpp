@@ -42,19 +42,28 @@ juce::AudioBuffer<float> wanderingNoise (double rate)
     const int n = (int) (180.0 * rate);
     juce::AudioBuffer<float> b (2, n);
     juce::Random random (42);
-    double lowL = 0.0, lowR = 0.0;
+    double low[2] {};
     for (int i = 0; i < n; ++i)
     {
         const auto t = i / rate;
         const auto envelope = 0.05
                               + 0.25 * (0.5 + 0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 23.0))
                                     * (0.6 + 0.4 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 3.7));
-        lowL += 0.05 * (random.nextFloat() * 2.0 - 1.0 - lowL);
-        lowR += 0.05 * (random.nextFloat() * 2.0 - 1.0 - lowR);
-        b.setSample (0, i, (float) (envelope * (lowL * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
-        b.setSample (1, i, (float) (envelope * (lowR * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
+        for (int c = 0; c < 2; ++c)
+            low[c] += 0.05 * (random.nextFloat() * 2.0 - 1.0 - low[c]);
+        for (int c = 0; c < 2; ++c)
+            b.setSample (c, i, (float) (envelope * (low[c] * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
     }
     return b;
+}
+
+// Samples [start, start + n) of both channels, interleaved as libebur128 takes them.
+std::vector<float> interleave (const juce::AudioBuffer<float>& audio, int start, int n)
+{
+    std::vector<float> frames ((size_t) n * 2);
+    for (size_t i = 0; i < frames.size(); ++i)
+        frames[i] = audio.getSample ((int) (i % 2), start + (int) (i / 2));
+    return frames;
 }
 
 struct Readings
@@ -82,18 +91,12 @@ Readings ours (const juce::AudioBuffer<float>& audio, double rate, int blockSize
 Readings reference (const juce::AudioBuffer<float>& audio, double rate)
 {
     auto* state = ebur128_init (2, (unsigned long) rate, EBUR128_MODE_I | EBUR128_MODE_LRA | EBUR128_MODE_M | EBUR128_MODE_S);
-    std::vector<float> interleaved;
     const int hop = (int) (rate / 10); // momentary and short-term read every 100 ms
     Readings r;
 
     for (int start = 0; start + hop <= audio.getNumSamples(); start += hop)
     {
-        interleaved.resize ((size_t) hop * 2);
-        for (int i = 0; i < hop; ++i)
-            for (int c = 0; c < 2; ++c)
-                interleaved[(size_t) (2 * i + c)] = audio.getSample (c, start + i);
-
-        ebur128_add_frames_float (state, interleaved.data(), (size_t) hop);
+        ebur128_add_frames_float (state, interleave (audio, start, hop).data(), (size_t) hop);
         double m = -HUGE_VAL, s = -HUGE_VAL;
         ebur128_loudness_momentary (state, &m);
         ebur128_loudness_shortterm (state, &s);
@@ -217,11 +220,7 @@ TEST (TruePeakMeter, AgreesWithLibebur128OnInterSamplePeaksAndNoise)
         for (const auto* audio : { &sine, &noise })
         {
             auto* state = ebur128_init (2, (unsigned long) rate, EBUR128_MODE_TRUE_PEAK);
-            std::vector<float> interleaved ((size_t) n * 2);
-            for (int i = 0; i < n; ++i)
-                for (int c = 0; c < 2; ++c)
-                    interleaved[(size_t) (2 * i + c)] = audio->getSample (c, i);
-            ebur128_add_frames_float (state, interleaved.data(), (size_t) n);
+            ebur128_add_frames_float (state, interleave (*audio, 0, n).data(), (size_t) n);
             double referencePeak = 0.0;
             ebur128_true_peak (state, 0, &referencePeak);
             ebur128_destroy (&state);

