@@ -32,6 +32,7 @@ struct CommandsTest : ::testing::Test
     }
 
     double position() { return deck().engine.getPosition(); }
+    double positionAfter (int code, int modifiers = 0) { return press (code, modifiers), position(); }
 
     void seekTo (double seconds) { deck().engine.transport.setPosition (seconds); }
 
@@ -135,29 +136,22 @@ TEST_F (CommandsTest, SkipAndJumpStepsWhilePlayingAndStopped)
     auto& w = deck().waveform;
 
     // Stopped: a skip is one nudge of the view (60 s / 300), a jump 25 of them; zooming shrinks both.
-    press (K::rightKey);
-    EXPECT_NEAR (position(), 0.2, 0.01);
-    press ('v');
-    EXPECT_NEAR (position(), 5.2, 0.01);
+    EXPECT_NEAR (positionAfter (K::rightKey), 0.2, 0.01);
+    EXPECT_NEAR (positionAfter ('v'), 5.2, 0.01);
     press (K::upKey);
     EXPECT_NEAR (w.viewSpan, 30.0, 1e-6);
-    press (K::leftKey);
-    EXPECT_NEAR (position(), 5.1, 0.01);
+    EXPECT_NEAR (positionAfter (K::leftKey), 5.1, 0.01);
 
     // Playing: one second and fifteen (not thirty).
     press (K::spaceKey);
     waitForState (TransportState::Playing);
     seekTo (20.0);
-    press ('v');
-    EXPECT_NEAR (position(), 35.0, 0.3);
-    press ('c');
-    EXPECT_NEAR (position(), 20.0, 0.3);
-    press (K::leftKey);
-    EXPECT_NEAR (position(), 19.0, 0.3);
+    EXPECT_NEAR (positionAfter ('v'), 35.0, 0.3);
+    EXPECT_NEAR (positionAfter ('c'), 20.0, 0.3);
+    EXPECT_NEAR (positionAfter (K::leftKey), 19.0, 0.3);
 
     // Alt+Space plays from the start.
-    press (K::spaceKey, juce::ModifierKeys::altModifier);
-    EXPECT_LT (position(), 0.3);
+    EXPECT_LT (positionAfter (K::spaceKey, juce::ModifierKeys::altModifier), 0.3);
     EXPECT_EQ (deck().trackDeck.getState(), TransportState::Playing);
 }
 

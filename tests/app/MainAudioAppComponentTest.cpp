@@ -53,8 +53,6 @@ TEST_F (MasterPathTest, ANewDeckWhileOnePlaysPausesItAndLetsItHandOver)
     EXPECT_FLOAT_EQ (block(), 0.25f);
 
     app.addDeck (nullptr);
-    ASSERT_EQ (app.getNumDecks(), 2);
-    EXPECT_NE (app.getCurrentDeck(), first);
     EXPECT_EQ (app.masterEngine.getPreviousDeck(), &first->engine);
     EXPECT_EQ (first->trackDeck.getState(), TransportState::Pausing) << "the tab change pauses the deck left";
     EXPECT_TRUE (app.deckButtons[0]->isVisible()) << "the tab row shows with two decks";
