@@ -22,6 +22,7 @@ struct TrackDeckTest : ::testing::Test
 
     void setPosition (double seconds) { h.deck.engine.transport.setPosition (seconds); }
     double position() { return h.deck.engine.getPosition(); }
+    static float peakOver (FakeDevice& device, int ms) { return device.takePeak(), pumpMessages (ms), device.takePeak(); }
 };
 }
 
@@ -51,9 +52,7 @@ TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
     const auto pausedAt = position();
     pumpMessages (100);
     EXPECT_EQ (position(), pausedAt);
-    device.takePeak();
-    pumpMessages (50);
-    EXPECT_EQ (device.takePeak(), 0.0f);
+    EXPECT_EQ (peakOver (device, 50), 0.0f);
 
     // Play resumes from the paused place.
     deck.playButtonClicked();
@@ -124,9 +123,7 @@ TEST_F (TrackDeckTest, LoadingWhilePlayingStartsTheNewTrackEvenWithoutAutoPlay)
     ASSERT_TRUE (h.load (b));
     ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
     pumpMessages (100);
-    device.takePeak();
-    pumpMessages (100);
-    EXPECT_NEAR (device.takePeak(), 0.4f, 1e-4f);
+    EXPECT_NEAR (peakOver (device, 100), 0.4f, 1e-4f);
 }
 
 TEST_F (TrackDeckTest, EjectUnloadsTheTrack)

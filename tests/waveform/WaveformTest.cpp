@@ -39,6 +39,7 @@ struct WaveformTest : ::testing::Test
 
     void at (double seconds) { h.deck.engine.transport.setPosition (seconds); }
     double position() const { return h.deck.engine.getPosition(); }
+    void loop (double start, double end) { m.setLoopStart (start), m.setLoopEnd (end), w.updateLoopMarkers(); }
 
     void SetUp() override
     {
@@ -96,17 +97,13 @@ TEST_F (WaveformTest, ZoomScrollAndFollowKeepTheViewSane)
 TEST_F (WaveformTest, TabDragsNudgesAndClicksOnTheView)
 {
     // Dragging the start tab into the end tab stops short of it.
-    m.setLoopStart (10.0);
-    m.setLoopEnd (13.0);
-    w.updateLoopMarkers();
+    loop (10.0, 13.0);
     w.tabDragged (&w.loopStartTab, w.loopEndTab.getX() + 100);
     EXPECT_LT (m.getLoopStart(), m.getLoopEnd());
     EXPECT_LE (w.loopStartTab.getX() + w.loopStartTab.getWidth() / 2, w.loopEndTab.getX() + 1);
 
     // A nudge is a 300th of the span.
-    m.setLoopStart (1.0);
-    m.setLoopEnd (3.0);
-    w.updateLoopMarkers();
+    loop (1.0, 3.0);
     w.nudgeLoopStart (true);
     EXPECT_NEAR (m.getLoopStart(), 1.0 + 20.0 / 300.0, 1e-9);
 
@@ -262,9 +259,7 @@ TEST_F (WaveformTest, ScrollingImagesDrawWhatDirectDrawingDraws)
 TEST_F (WaveformTest, ADeckWithMarkersAsAPicture)
 {
     h.deck.setSize (830, 640);
-    m.setLoopStart (6.0);
-    m.setLoopEnd (11.0);
-    w.updateLoopMarkers();
+    loop (6.0, 11.0);
     w.loopButton.setToggleState (true, juce::sendNotificationSync);
     m.setReplay (3.0);
     w.replayButton.setToggleState (true, juce::sendNotificationSync);
