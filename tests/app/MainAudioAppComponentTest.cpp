@@ -24,8 +24,7 @@ struct MasterPathTest : ::testing::Test
     // One device block, its buffer filled with `marker` first so an uncalled stage shows.
     float block (float marker = 0.9f)
     {
-        for (int c = 0; c < 2; ++c)
-            juce::FloatVectorOperations::fill (buffer.getWritePointer (c), marker, 512);
+        buffer = makeBuffer (2, 512, [=] (int, int) { return marker; });
         app.getNextAudioBlock (juce::AudioSourceChannelInfo (&buffer, 0, 512));
         return buffer.getSample (0, 100);
     }

@@ -1,4 +1,5 @@
 #include "dsp/MasterGainStage.h"
+#include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
 
@@ -8,12 +9,8 @@ namespace
 {
 juce::AudioBuffer<float> noise (int channels, int n)
 {
-    juce::AudioBuffer<float> b (channels, n);
     juce::Random r (1234);
-    for (int c = 0; c < channels; ++c)
-        for (int i = 0; i < n; ++i)
-            b.setSample (c, i, r.nextFloat() * 2.0f - 1.0f);
-    return b;
+    return MarlodeTest::makeBuffer (channels, n, [&] (int, int) { return r.nextFloat() * 2.0f - 1.0f; });
 }
 }
 
@@ -42,9 +39,7 @@ TEST (MasterGainStage, LinearBalanceLaw)
     // Volume 0.5 with pan +45: left 0.25, right 0.5, over only the block's region.
     stage.setGain (0.5);
     stage.setPanFromSlider (45.0);
-    juce::AudioBuffer<float> b (2, 64);
-    for (int c = 0; c < 2; ++c)
-        juce::FloatVectorOperations::fill (b.getWritePointer (c), 1.0f, 64);
+    auto b = MarlodeTest::makeBuffer (2, 64, [] (int, int) { return 1.0f; });
     stage.process (juce::AudioSourceChannelInfo (&b, 16, 32));
 
     EXPECT_EQ (b.getSample (0, 15), 1.0f);
@@ -59,8 +54,7 @@ TEST (MasterGainStage, OtherChannelCountsIgnorePanAndMuteClears)
     stage.setGain (0.5);
     stage.setPanFromSlider (-90.0);
 
-    juce::AudioBuffer<float> mono (1, 32);
-    juce::FloatVectorOperations::fill (mono.getWritePointer (0), 1.0f, 32);
+    auto mono = MarlodeTest::makeBuffer (1, 32, [] (int, int) { return 1.0f; });
     stage.process (juce::AudioSourceChannelInfo (&mono, 0, 32));
     EXPECT_EQ (mono.getSample (0, 0), 0.5f);
 

@@ -1,4 +1,5 @@
 #include "dsp/MasterLevelMeasurement.h"
+#include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
 
@@ -8,9 +9,7 @@ namespace
 {
 void feed (MasterLevelMeasurement& m, float value, int n = 512)
 {
-    juce::AudioBuffer<float> b (2, n);
-    for (int c = 0; c < 2; ++c)
-        juce::FloatVectorOperations::fill (b.getWritePointer (c), value, n);
+    auto b = MarlodeTest::makeBuffer (2, n, [=] (int, int) { return value; });
     m.process (juce::AudioSourceChannelInfo (&b, 0, n));
 }
 }

@@ -14,20 +14,15 @@ constexpr double rate = 44100.0;
 // Sample i of channel c is distinct over the whole track, so any sample out of place shows.
 juce::AudioBuffer<float> ramp (int numSamples, float offset = 0.0f)
 {
-    juce::AudioBuffer<float> b (2, numSamples);
-    for (int i = 0; i < numSamples; ++i)
-        for (int c = 0; c < 2; ++c)
-            b.setSample (c, i, (c ? -1.0f : 1.0f) * (offset + 0.1f + 0.8f * (float) i / (float) numSamples));
-    return b;
+    return makeBuffer (2, numSamples,
+                       [=] (int c, int i)
+                       { return (c ? -1.0f : 1.0f) * (offset + 0.1f + 0.8f * (float) i / (float) numSamples); });
 }
 
 // `numSamples` of a constant `v` on both channels.
 juce::AudioBuffer<float> level (float v, int numSamples)
 {
-    juce::AudioBuffer<float> b (2, numSamples);
-    for (int c = 0; c < 2; ++c)
-        juce::FloatVectorOperations::fill (b.getWritePointer (c), v, numSamples);
-    return b;
+    return makeBuffer (2, numSamples, [v] (int, int) { return v; });
 }
 
 // A stage that shows where it ran: it scales the block and counts its calls.

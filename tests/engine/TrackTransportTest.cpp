@@ -13,23 +13,16 @@ constexpr int block = 512;
 // A known signal: sample i of channel c is a distinct ramp value, so any sample out of place shows.
 juce::AudioBuffer<float> rampSignal (int numSamples)
 {
-    juce::AudioBuffer<float> b (2, numSamples);
-    for (int i = 0; i < numSamples; ++i)
-    {
-        b.setSample (0, i, (float) (i % 10007) / 10007.0f);
-        b.setSample (1, i, -(float) (i % 9973) / 9973.0f);
-    }
-    return b;
+    return makeBuffer (2, numSamples,
+                       [] (int c, int i) { return c == 0 ? (float) (i % 10007) / 10007.0f : -(float) (i % 9973) / 9973.0f; });
 }
 
 // A stereo sine of `hz` recorded at `rate`.
 juce::AudioBuffer<float> tone (double hz, double rate, int numSamples, double phase = 0.0)
 {
-    juce::AudioBuffer<float> b (2, numSamples);
-    for (int i = 0; i < numSamples; ++i)
-        for (int c = 0; c < 2; ++c)
-            b.setSample (c, i, (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * hz * i / rate + phase)));
-    return b;
+    return makeBuffer (2, numSamples,
+                       [=] (int, int i)
+                       { return (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * hz * i / rate + phase)); });
 }
 
 struct TransportFixture : ::testing::Test

@@ -18,14 +18,21 @@ TempFolder::~TempFolder()
     folder.deleteRecursively();
 }
 
-juce::File writeWav (const juce::File& file, double sampleRate, int channels, int numSamples,
-                     const std::function<float (int, int)>& generator, int bitsPerSample)
+juce::AudioBuffer<float> makeBuffer (int channels, int numSamples, const std::function<float (int, int)>& generator)
 {
     juce::AudioBuffer<float> buffer (channels, numSamples);
 
     for (int c = 0; c < channels; ++c)
         for (int i = 0; i < numSamples; ++i)
             buffer.setSample (c, i, generator (c, i));
+
+    return buffer;
+}
+
+juce::File writeWav (const juce::File& file, double sampleRate, int channels, int numSamples,
+                     const std::function<float (int, int)>& generator, int bitsPerSample)
+{
+    const auto buffer = makeBuffer (channels, numSamples, generator);
 
     file.deleteFile();
     juce::WavAudioFormat wav;

@@ -18,6 +18,10 @@ struct TempFolder
     juce::File folder;
 };
 
+/** A buffer whose sample i of channel c is `generator (c, i)`. */
+juce::AudioBuffer<float> makeBuffer (int channels, int numSamples,
+                                     const std::function<float (int channel, int index)>& generator);
+
 /** Writes a WAV whose sample i of channel c is `generator (c, i)`. */
 juce::File writeWav (const juce::File& file, double sampleRate, int channels, int numSamples,
                      const std::function<float (int channel, int index)>& generator, int bitsPerSample = 24);

@@ -1,4 +1,5 @@
 #include "dsp/panels/LevelMeterSettingsComponent.h"
+#include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
 
@@ -56,8 +57,7 @@ TEST_F (Meter, PeakRmsAndTheStraightFall)
     EXPECT_EQ (shownLevel (0), LevelMeterProcessor::floorDb);
 
     // A mono block shows on both bars.
-    juce::AudioBuffer<float> mono (1, 441);
-    juce::FloatVectorOperations::fill (mono.getWritePointer (0), 0.5f, 441);
+    auto mono = MarlodeTest::makeBuffer (1, 441, [] (int, int) { return 0.5f; });
     processor.process (juce::AudioSourceChannelInfo (&mono, 0, 441));
     EXPECT_EQ (shownLevel (1), shownLevel (0));
     EXPECT_NEAR (shownLevel (1), -6.02f, 0.01f);
