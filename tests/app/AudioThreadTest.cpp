@@ -2,6 +2,7 @@
 #include "support/DeckHarness.h"
 #include "support/DeviceApp.h"
 #include "support/RealtimeWatch.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -41,11 +42,6 @@ struct WatchedApp : DeviceApp
     // Written by the test's thread, read by the device's.
     std::atomic<void (*)()> misbehave { nullptr };
 };
-
-bool haveJack()
-{
-    return std::getenv ("JACK_DEFAULT_SERVER") != nullptr;
-}
 
 // What the positive controls use, made before the callback touches it.
 struct ControlResources
@@ -152,8 +148,7 @@ const Control controls[] = {
 
 TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
 {
-    if (! haveJack())
-        GTEST_SKIP() << "needs the test run's JACK server (scripts/with-test-env.sh)";
+    MARLODE_REQUIRE_JACK();
 
     TempFolder temp;
     AlertRecorder alerts;
@@ -202,8 +197,7 @@ TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
 
 TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
 {
-    if (! haveJack())
-        GTEST_SKIP() << "needs the test run's JACK server (scripts/with-test-env.sh)";
+    MARLODE_REQUIRE_JACK();
 
     TempFolder temp;
     AlertRecorder alerts;

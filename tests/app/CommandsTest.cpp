@@ -1,6 +1,7 @@
 #include "ui/CommandIDs.h"
 #include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -117,8 +118,7 @@ TEST_F (CommandsTest, MasterKeysDriveVolumePanMuteAndTheDeckBank)
 
 TEST_F (CommandsTest, FullScreenTogglesTheWindow)
 {
-    if (std::getenv ("DISPLAY") == nullptr)
-        GTEST_SKIP() << "needs the test run's Xvfb";
+    MARLODE_REQUIRE_DISPLAY();
 
     juce::DocumentWindow window ("Marlode", juce::Colours::black, 0);
     window.setContentNonOwned (&app, true);

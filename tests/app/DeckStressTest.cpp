@@ -1,6 +1,7 @@
 #include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
 #include "support/DeviceApp.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +12,7 @@ using namespace MarlodeTest;
 // nothing may crash, and a deck that says it plays must be heard.
 TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
 {
-    if (std::getenv ("JACK_DEFAULT_SERVER") == nullptr)
-        GTEST_SKIP() << "needs the test run's JACK server (scripts/with-test-env.sh)";
+    MARLODE_REQUIRE_JACK();
 
     TempFolder temp;
     AlertRecorder alerts;

@@ -1,6 +1,7 @@
 #include "app/MainAudioAppComponent.h"
 #include "support/DeckHarness.h"
 #include "support/JackRecorder.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -18,8 +19,7 @@ juce::String bluetoothWarning()
 
 TEST (OutputDevice, AHeadsetIsWarnedAboutAtEveryStartButOnlyByItsCapitalisedName)
 {
-    if (std::getenv ("JACK_DEFAULT_SERVER") == nullptr)
-        GTEST_SKIP() << "needs the test run's JACK server (scripts/with-test-env.sh)";
+    MARLODE_REQUIRE_JACK();
 
     // Two more JACK clients with input ports: to the device layer, two more output devices.
     JackRecorder headset ("Bluetooth Headset", 1.0), lowerCase ("usb headset", 1.0);

@@ -1,6 +1,7 @@
 #include "ui/DesktopWindowComponent.h"
 #include "ui/PopupDisplayComponent.h"
 #include "ui/SondrelLookAndFeel.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -37,8 +38,7 @@ TEST (Popups, OneAtATimeThroughTheSlotAndEscapeWithoutModifiersCloses)
 
 TEST (ToolWindows, CloseLeavesTheListAndTheWindowCanOpenAgain)
 {
-    if (juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() == nullptr)
-        GTEST_SKIP() << "needs a display";
+    MARLODE_REQUIRE_DISPLAY();
 
     juce::TextButton opener;
     juce::Component panel;
@@ -75,8 +75,7 @@ TEST (ToolWindows, AMenuButtonWithoutOnClickTellsItsListenersOnPress)
         void changeListenerCallback (juce::ChangeBroadcaster*) override { ++calls; }
     } listener;
     menu.addChangeListener (&listener);
-    menu.mouseDown (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(), {}, {}, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f,
-                                      &menu, &menu, juce::Time(), {}, juce::Time(), 1, false));
+    menu.mouseDown (MarlodeTest::mouseAt (menu, {}));
     menu.dispatchPendingMessages();
     EXPECT_EQ (listener.calls, 1);
     menu.removeChangeListener (&listener);

@@ -1,5 +1,6 @@
 #include "support/TestAudio.h"
 #include "ui/TitleBarComponent.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -28,8 +29,7 @@ struct BarWindow : juce::DocumentWindow
 
 TEST (TitleBar, MaximiseRestoresAndEscapeDismissesTheMenu)
 {
-    if (std::getenv ("DISPLAY") == nullptr)
-        GTEST_SKIP() << "needs the test run's Xvfb";
+    MARLODE_REQUIRE_DISPLAY();
 
     BarWindow window;
     auto& bar = window.bar;

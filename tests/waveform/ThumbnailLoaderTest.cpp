@@ -1,5 +1,5 @@
 #include "support/TestAudio.h"
-#include "waveform/ColumnExtents.h"
+#include "support/ColumnExtents.h"
 #include "waveform/ThumbnailLoader.h"
 
 #include <gtest/gtest.h>

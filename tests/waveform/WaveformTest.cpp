@@ -1,6 +1,7 @@
 #include "support/DeckHarness.h"
 #include "support/HostileFiles.h"
-#include "waveform/ColumnExtents.h"
+#include "support/ColumnExtents.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -109,11 +110,8 @@ TEST_F (WaveformTest, TabDragsNudgesAndClicksOnTheView)
 
     // Ctrl-Shift-click left of the loop start does nothing; a click at the end doesn't seek.
     const auto area = w.getWaveformArea();
-    auto click = [&] (int x, juce::ModifierKeys mods)
-    {
-        w.mouseDown (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(),
-                                       juce::Point<float> ((float) x, (float) area.getCentreY()), mods, 0.0f, 0.0f, 0.0f, 0.0f,
-                                       0.0f, &w, &w, juce::Time(), {}, juce::Time(), 1, false));
+    auto click = [&] (int x, juce::ModifierKeys mods) {
+        w.mouseDown (mouseAt (w, { (float) x, (float) area.getCentreY() }, mods));
     };
     const auto endBefore = m.getLoopEnd();
     click (1, juce::ModifierKeys (juce::ModifierKeys::commandModifier | juce::ModifierKeys::shiftModifier));
@@ -139,8 +137,7 @@ bool xdotool (const juce::StringArray& args)
 
 TEST_F (WaveformTest, CtrlCtrlShiftAndAltOnTheWindowSetTheMarkers)
 {
-    if (juce::Desktop::getInstance().getDisplays().getPrimaryDisplay() == nullptr)
-        GTEST_SKIP() << "needs a display";
+    MARLODE_REQUIRE_DISPLAY();
 
     h.deck.addToDesktop (0);
     h.deck.setVisible (true);

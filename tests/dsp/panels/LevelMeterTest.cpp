@@ -1,5 +1,6 @@
 #include "dsp/panels/LevelMeterSettingsComponent.h"
 #include "support/TestAudio.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -82,10 +83,7 @@ TEST_F (Meter, TextMarksClipAndReset)
     EXPECT_TRUE (meter.isClipBarVisible (0)) << "held";
 
     // A click in the text box resets: text "-∞", clip gone.
-    const auto box = meter.getTextBoxBounds (0);
-    meter.mouseDown (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(), box.getCentre().toFloat(), {}, 0.0f,
-                                       0.0f, 0.0f, 0.0f, 0.0f, &meter, &meter, juce::Time(), box.getCentre().toFloat(),
-                                       juce::Time(), 1, false));
+    meter.mouseDown (MarlodeTest::mouseAt (meter, meter.getTextBoxBounds (0).getCentre().toFloat()));
     EXPECT_EQ (meter.getPeakText (0), juce::String ("-") + juce::String (juce::CharPointer_UTF8 ("\xe2\x88\x9e")));
     EXPECT_FALSE (meter.clipped);
 

@@ -1,4 +1,4 @@
-#include "waveform/ColumnExtents.h"
+#include "support/ColumnExtents.h"
 
 namespace MarlodeTest
 {
