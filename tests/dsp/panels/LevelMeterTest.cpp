@@ -23,12 +23,9 @@ struct Meter : ::testing::Test
 
     void feed (float left, float right, int times = 1)
     {
+        block = MarlodeTest::makeBuffer (2, 441, [=] (int c, int) { return c == 0 ? left : right; });
         for (int t = 0; t < times; ++t)
-        {
-            juce::FloatVectorOperations::fill (block.getWritePointer (0), left, 441);
-            juce::FloatVectorOperations::fill (block.getWritePointer (1), right, 441);
             processor.process (juce::AudioSourceChannelInfo (&block, 0, 441));
-        }
     }
 
     float shownPeak (int ch) { return meter.processor.display (ch).peak.load(); }
@@ -105,8 +102,7 @@ TEST_F (Meter, LufsTypesTitlesScalesAndIdleFall)
     meter.lufsReference = -14;
 
     // Loud enough for LUFS of 0 or more lights the clip bar; the value jumps, no ramp.
-    for (int n = 0; n < 441 * 2; ++n)
-        block.setSample (n % 2, n / 2, (float) std::sin (n / 2 * 0.1424));
+    block = MarlodeTest::makeBuffer (2, 441, [] (int, int n) { return (float) std::sin (n * 0.1424); });
     for (int i = 0; i < 200; ++i)
         processor.process (juce::AudioSourceChannelInfo (&block, 0, 441));
     meter.timerRelayCallback();
