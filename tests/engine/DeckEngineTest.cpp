@@ -1,4 +1,5 @@
 #include "engine/MasterEngine.h"
+#include "support/FakeDevice.h"
 #include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
@@ -180,19 +181,10 @@ TEST (MasterEngine, OneDeckPerBlockHandsOverUntilTheStopLandsThenTheMasterStages
     EXPECT_EQ (master.getPreviousDeck(), &a.engine);
     EXPECT_FLOAT_EQ (sound(), 0.5f);
     a.engine.setPlayState (TransportState::Pausing);
-    std::atomic<bool> done { false };
-    std::thread device (
-        [&]
-        {
-            while (! done)
-            {
-                sound();
-                juce::Thread::sleep (1);
-            }
-        });
-    a.engine.transport.stop();
-    done = true;
-    device.join();
+    {
+        FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { master.process (info); });
+        a.engine.transport.stop();
+    }
     a.engine.setPlayState (TransportState::Paused);
     sound();
     EXPECT_EQ (master.getPreviousDeck(), nullptr);

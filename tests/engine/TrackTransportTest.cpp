@@ -1,4 +1,5 @@
 #include "engine/TrackTransport.h"
+#include "support/FakeDevice.h"
 #include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
@@ -281,29 +282,22 @@ TEST_F (TransportFixture, StopFadesOutOneBlockThenHoldsThePosition)
     pull();
 
     // stop() waits for the audio thread, so the device must keep running meanwhile.
-    std::atomic<bool> running { true };
     std::vector<float> firstAfterStop;
-    std::thread device (
-        [&]
-        {
-            juce::AudioBuffer<float> b (2, block);
-            while (running)
+    juce::int64 stoppedAt = 0;
+    {
+        FakeDevice device (
+            [&] (const juce::AudioSourceChannelInfo& info)
             {
-                b.clear();
                 const bool wasPlaying = transport.isPlaying();
-                transport.getNextAudioBlock (juce::AudioSourceChannelInfo (&b, 0, block));
+                transport.getNextAudioBlock (info);
                 if (! wasPlaying && firstAfterStop.empty())
-                    firstAfterStop.assign (b.getReadPointer (0), b.getReadPointer (0) + block);
-                juce::Thread::sleep (1);
-            }
-        });
-
-    juce::Thread::sleep (20);
-    transport.stop();
-    const auto stoppedAt = transport.getNextReadPosition();
-    juce::Thread::sleep (20);
-    running = false;
-    device.join();
+                    firstAfterStop.assign (info.buffer->getReadPointer (0), info.buffer->getReadPointer (0) + block);
+            });
+        juce::Thread::sleep (30);
+        transport.stop();
+        stoppedAt = transport.getNextReadPosition();
+        juce::Thread::sleep (60);
+    }
 
     EXPECT_FALSE (transport.isPlaying());
     EXPECT_EQ (transport.getNextReadPosition(), stoppedAt);
