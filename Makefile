@@ -57,7 +57,7 @@ test: setup $(if $(filter 0,$(FORMAT_CHECK)),,check-format) $(CHECK_DIR)/CMakeCa
 asan: setup $(ASAN_DIR)/CMakeCache.txt
 	cmake --build $(ASAN_DIR) -j $(JOBS)
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:detect_stack_use_after_return=0 \
-	UBSAN_OPTIONS=print_stacktrace=1 \
+	UBSAN_OPTIONS=print_stacktrace=1:suppressions=$(CURDIR)/tests/sanitizers/ubsan.supp \
 	LSAN_OPTIONS=suppressions=$(CURDIR)/tests/sanitizers/lsan.supp:print_suppressions=0 \
 	$(CTEST) $(ASAN_DIR) --timeout 1200
 
