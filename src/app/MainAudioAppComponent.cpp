@@ -473,30 +473,28 @@ void MainAudioAppComponent::askApplicationToQuit()
 
 void MainAudioAppComponent::menuItemChosen (int id)
 {
-    auto* deck = getCurrentDeck();
+    // Entries 1 to 5 act on the current deck.
+    if (id >= 1 && id <= 5)
+    {
+        auto* deck = getCurrentDeck();
+
+        if (deck == nullptr)
+            return;
+
+        switch (id)
+        {
+            case 1: deck->openTrack (false); break;
+            case 2: deck->openFolder(); break;
+            case 3: deck->openPlaylist(); break;
+            case 4: deck->saveButtonClicked(); break;
+            default: deck->exportAudioButtonClicked(); break;
+        }
+
+        return;
+    }
 
     switch (id)
     {
-        case 1:
-            if (deck != nullptr)
-                deck->openTrack (false);
-            break;
-        case 2:
-            if (deck != nullptr)
-                deck->openFolder();
-            break;
-        case 3:
-            if (deck != nullptr)
-                deck->openPlaylist();
-            break;
-        case 4:
-            if (deck != nullptr)
-                deck->saveButtonClicked();
-            break;
-        case 5:
-            if (deck != nullptr)
-                deck->exportAudioButtonClicked();
-            break;
         case 6:
             juce::Desktop::getInstance().setGlobalScaleFactor (1.0f);
             if (auto* window = getTopLevelComponent(); window != nullptr && window != this)

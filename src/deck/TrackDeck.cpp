@@ -119,26 +119,19 @@ void TrackDeck::changeState (TransportState newState)
     if (reader == nullptr || getState() == newState)
         return;
 
-    switch (newState)
+    if (newState == TransportState::Stopped)
     {
-        case TransportState::Stopped: enterStoppedAfterStop(); return;
-
-        case TransportState::Starting:
-            engine.setPlayState (newState);
-            transport.start();
-            break;
-
-        case TransportState::Stopping:
-        case TransportState::Pausing:
-            engine.setPlayState (newState);
-            transport.stop();
-            break;
-
-        case TransportState::Playing:
-        case TransportState::Paused: break;
+        enterStoppedAfterStop();
+        return;
     }
 
+    // The state goes first: the audio thread and the master read it while the transport moves.
     enter (newState);
+
+    if (newState == TransportState::Starting)
+        transport.start();
+    else if (newState == TransportState::Stopping || newState == TransportState::Pausing)
+        transport.stop();
 }
 
 void TrackDeck::changeListenerCallback (juce::ChangeBroadcaster*)
@@ -205,15 +198,13 @@ void TrackDeck::playButtonClicked()
 
     if (current == TransportState::Stopped || current == TransportState::Paused)
     {
-        engine.setPlayState (TransportState::Starting);
-        transport.start();
         enter (TransportState::Starting);
+        transport.start();
     }
     else if (current == TransportState::Playing)
     {
-        engine.setPlayState (TransportState::Pausing);
-        transport.stop();
         enter (TransportState::Pausing);
+        transport.stop();
     }
 }
 
@@ -236,9 +227,8 @@ void TrackDeck::stopButtonClicked()
         return;
     }
 
-    engine.setPlayState (TransportState::Stopping);
-    transport.stop();
     enter (TransportState::Stopping);
+    transport.stop();
 }
 
 void TrackDeck::returnToStart()
