@@ -103,15 +103,12 @@ TEST_F (CommandsTest, MasterKeysDriveVolumePanMuteAndTheDeckBank)
     press ('=', cmd);
     EXPECT_EQ (app.volumeAndPan.panSlider.getValue(), -45.0);
 
+    // Adding and switching by key are the end-to-end test's; a number past the decks does nothing.
     press ('d', cmd);
     press ('d', cmd);
-    EXPECT_EQ (app.getNumDecks(), 3);
-    press ('1');
+    press ('4');
     pumpMessages (30);
-    EXPECT_EQ (app.getCurrentDeck(), app.decks[0]);
-    press ('4'); // no fourth deck: nothing happens
-    pumpMessages (30);
-    EXPECT_EQ (app.getCurrentDeck(), app.decks[0]);
+    EXPECT_EQ (app.getCurrentDeck(), app.decks[2]);
     press ('d', cmd | shift);
     EXPECT_EQ (app.getNumDecks(), 2);
 }
