@@ -52,7 +52,6 @@ ChildEnd runChild (const juce::File& log, const std::function<void (const std::f
     }
 
     ::close (readyPipe[1]);
-    ChildEnd end;
     pollfd p { readyPipe[0], POLLIN, 0 };
     char byte;
     const auto readied = ::poll (&p, 1, 10000) == 1 && ::read (readyPipe[0], &byte, 1) == 1;
@@ -63,15 +62,11 @@ ChildEnd runChild (const juce::File& log, const std::function<void (const std::f
     if (readied
         && MarlodeTest::waitFor ([&] { return ::waitpid (child, &status, WNOHANG) == child; }, allowedMs,
                                  [] { juce::Thread::sleep (5); }))
-    {
-        end.ended = true;
-        end.signal = WIFSIGNALED (status) ? WTERMSIG (status) : 0;
-        return end;
-    }
+        return { true, WIFSIGNALED (status) ? WTERMSIG (status) : 0 };
 
     ::kill (child, SIGKILL);
     ::waitpid (child, &status, 0);
-    return end;
+    return {};
 }
 
 // Whether thread `tid` of this process is inside write(2) now. Reads /proc without the heap.
@@ -262,9 +257,7 @@ TEST (CrashHandler, AStackOverflowIsLoggedOnTheAlternateStack)
 }
 
 //==============================================================================
-struct CrashSignal : ::testing::TestWithParam<int>
-{
-};
+using CrashSignal = ::testing::TestWithParam<int>;
 
 TEST_P (CrashSignal, ARealFaultIsLoggedAndEndsTheProcessWithItsOwnSignal)
 {

@@ -121,9 +121,7 @@ const Case cases[] = {
 // The device's case (request rate 33) and the file analysis' (rate 20), at 44.1 and 48 kHz.
 using Param = std::tuple<int, double, int>;
 
-struct LoudnessAgainstLibebur128 : ::testing::TestWithParam<Param>
-{
-};
+using LoudnessAgainstLibebur128 = ::testing::TestWithParam<Param>;
 }
 
 TEST_P (LoudnessAgainstLibebur128, AgreesWithinTolerance)

@@ -124,9 +124,7 @@ struct Verdict
     const char* expected;
 };
 
-struct SafeXmlVerdict : ::testing::TestWithParam<Verdict>
-{
-};
+using SafeXmlVerdict = ::testing::TestWithParam<Verdict>;
 
 juce::String bytes (const char* text, size_t size)
 {
