@@ -78,11 +78,6 @@ void leaveACrashedSocket (const juce::File& socket)
     ::close (fd);
 }
 
-juce::String utf8 (const char* text)
-{
-    return juce::String (juce::CharPointer_UTF8 (text));
-}
-
 // A running first instance on a private socket, its lists collected.
 struct RunningInstance : ::testing::Test
 {
@@ -115,9 +110,7 @@ TEST (InstanceChannel, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
                                       "/t/tab\there.wav",
                                       "/n/new\nline.wav",
                                       "/-/-leading dash.flac",
-                                      utf8 ("/u/\xc3\x9cn\xc3\xaf"
-                                            "c\xc3\xb8"
-                                            "d\xc3\xa9 \xe2\x99\xab \xe6\x97\xa5\xe6\x9c\xac.ogg"),
+                                      juce::String (L"/u/\u00dcn\u00efc\u00f8d\u00e9 \u266b \u65e5\u672c.ogg"),
                                       "/b/back\\slash.wav",
                                       "/s/trailing space .wav ",
                                       "/sh/$(HOME) `x` ;&|*?.mp3",

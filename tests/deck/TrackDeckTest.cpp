@@ -22,7 +22,6 @@ struct TrackDeckTest : ::testing::Test
 
     void setPosition (double seconds) { h.deck.engine.transport.setPosition (seconds); }
     double position() { return h.deck.engine.getPosition(); }
-    static float peakOver (FakeDevice& device, int ms) { return device.takePeak(), pumpMessages (ms), device.takePeak(); }
 };
 }
 
@@ -49,20 +48,14 @@ TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
     ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Paused; }, 1000));
     EXPECT_FALSE (h.deck.engine.isPlaying());
     EXPECT_FALSE (h.deck.playlist.getPlayingIndicator());
-    const auto pausedAt = position();
-    pumpMessages (100);
-    EXPECT_EQ (position(), pausedAt);
-    EXPECT_EQ (peakOver (device, 50), 0.0f);
 
-    // Play resumes from the paused place.
+    // That a pause is silent and resumes where it was, and that a stop goes back to the top, the
+    // end-to-end tests hear; here the states between and what the view shows.
     deck.playButtonClicked();
     ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Playing; }, 1000));
-    ASSERT_TRUE (pumpUntil ([&] { return position() > pausedAt + 0.1; }, 2000));
-
     deck.stopButtonClicked();
     EXPECT_EQ (deck.getState(), TransportState::Stopping);
     ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Stopped; }, 1000));
-    EXPECT_EQ (position(), 0.0);
     EXPECT_FALSE (h.deck.transport.playButton.getToggleState());
 }
 
