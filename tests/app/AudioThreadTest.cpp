@@ -174,10 +174,7 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     auto* deck = app.getCurrentDeck();
     deck->inputMeter.setMeterType (LevelMeterProcessor::lufsAndTruePeak);
     deck->outputMeter.setMeterType (LevelMeterProcessor::truePeak);
-    deck->waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-    deck->waveform.playNextButton.setToggleState (true, juce::dontSendNotification);
-    deck->openFiles ({ longTrack, shortTrack, monoTrack });
-    ASSERT_TRUE (pumpUntil ([&] { return deck->trackDeck.getCurrentTrackPath() == longTrack.getFullPathName(); }, 2000));
+    ASSERT_TRUE (openWithoutAutoPlay (*deck, { longTrack, shortTrack, monoTrack }));
     pumpMessages (100);
 
     RealtimeWatch::reset();

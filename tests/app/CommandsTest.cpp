@@ -41,10 +41,9 @@ struct CommandsTest : ::testing::Test
     std::unique_ptr<FakeDevice> loadMinute()
     {
         deck().trackDeck.audioDeviceAvailable = true;
-        deck().waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-        const auto file = writeWav (
-            temp.file ("minute.wav"), 44100.0, 2, 44100 * 60, [] (int, int) { return 0.1f; }, 16);
-        deck().openFiles ({ file });
+        EXPECT_TRUE (openWithoutAutoPlay (
+            deck(), { writeWav (
+                        temp.file ("minute.wav"), 44100.0, 2, 44100 * 60, [] (int, int) { return 0.1f; }, 16) }));
         EXPECT_TRUE (pumpUntil ([&] { return deck().waveform.isTrackLoaded(); }, 3000));
         return std::make_unique<FakeDevice> ([this] (const juce::AudioSourceChannelInfo& info) { app.getNextAudioBlock (info); });
     }
