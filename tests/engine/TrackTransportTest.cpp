@@ -315,7 +315,6 @@ TEST_F (TransportFixture, ANewDeviceRateKeepsThePosition)
     transport.setNextReadPosition (22050);
 
     transport.prepareToPlay (block, 88200.0);
-    EXPECT_EQ (transport.getSampleRate(), 88200.0);
     EXPECT_NEAR (transport.getCurrentPosition(), 0.5, 1e-4);
     EXPECT_NEAR (transport.getLengthInSeconds(), 2.0, 1e-4);
 }

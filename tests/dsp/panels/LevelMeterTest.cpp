@@ -28,7 +28,6 @@ struct Meter : ::testing::Test
             processor.process (juce::AudioSourceChannelInfo (&block, 0, 441));
     }
 
-    float shownPeak (int ch) { return meter.processor.display (ch).peak.load(); }
     float shownLevel (int ch) { return meter.processor.display (ch).level.load(); }
 };
 }
@@ -37,7 +36,7 @@ TEST_F (Meter, PeakRmsAndTheStraightFall)
 {
     // Only positive excursions count for peak; RMS sees the true value.
     feed (-1.0f, -1.0f);
-    EXPECT_EQ (shownPeak (0), LevelMeterProcessor::floorDb);
+    EXPECT_EQ (meter.processor.display (0).peak.load(), LevelMeterProcessor::floorDb);
     meter.setMeterType (LevelMeterProcessor::rms);
     feed (-0.5f, -0.5f);
     EXPECT_NEAR (shownLevel (0), -6.02f, 0.01f);
