@@ -43,46 +43,31 @@ struct WatchedApp : DeviceApp
     std::atomic<void (*)()> misbehave { nullptr };
 };
 
-// What the positive controls use, made before the callback touches it.
-struct ControlResources
-{
-    ControlResources()
-    {
-        sem_init (&semaphore, 0, 0);
-        socketpair (AF_UNIX, SOCK_STREAM, 0, pair);
-        udp = socket (AF_INET, SOCK_DGRAM, 0);
-        nullFile = std::fopen ("/dev/null", "w");
-    }
-
-    ~ControlResources()
-    {
-        std::fclose (nullFile);
-        ::close (udp);
-        ::close (pair[0]);
-        ::close (pair[1]);
-        ::close (nullFd);
-        sem_destroy (&semaphore);
-        pthread_rwlock_destroy (&rwlock);
-        pthread_cond_destroy (&condition);
-        pthread_mutex_destroy (&conditionMutex);
-    }
-
-    std::mutex mutex;
-    pthread_rwlock_t rwlock = PTHREAD_RWLOCK_INITIALIZER;
-    sem_t semaphore {};
-    pthread_mutex_t conditionMutex = PTHREAD_MUTEX_INITIALIZER;
-    pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
-    int nullFd = ::open ("/dev/null", O_RDWR);
-    int pair[2] { -1, -1 };
-    int udp = -1;
-    FILE* nullFile = nullptr;
-    char byte[1] {};
-};
-
-ControlResources* res = nullptr;
+// What the positive controls use, made before the callback touches it and kept for the
+// process's lifetime.
+std::mutex mutex;
+pthread_rwlock_t rwlock = PTHREAD_RWLOCK_INITIALIZER;
+sem_t semaphore {};
+pthread_mutex_t conditionMutex = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t condition = PTHREAD_COND_INITIALIZER;
+const int nullFd = ::open ("/dev/null", O_RDWR);
+FILE* const nullFile = std::fopen ("/dev/null", "w");
+const int udp = ::socket (AF_INET, SOCK_DGRAM, 0);
+int pair[2] { -1, -1 };
+char byte[1] {};
+int* volatile allocated = nullptr;
+const sockaddr_in discard { AF_INET, htons (9), { htonl (INADDR_LOOPBACK) }, {} };
 
 // A deadline long past: the timed waits return at once, after making their call.
 const timespec zero {};
+
+// Untimed, returns at the next signal, which a helper thread sends every half millisecond.
+void waitForCondition (bool timed)
+{
+    pthread_mutex_lock (&conditionMutex);
+    timed ? pthread_cond_timedwait (&condition, &conditionMutex, &zero) : pthread_cond_wait (&condition, &conditionMutex);
+    pthread_mutex_unlock (&conditionMutex);
+}
 
 struct Control
 {
@@ -93,56 +78,24 @@ struct Control
 
 // One of each kind of call the watch must see, made the way real code makes it.
 const Control controls[] = {
-    { "", Kind::allocation,
-      []
-      {
-          auto* p = new int (1);
-          asm volatile("" : : "r"(p) : "memory");
-          delete p;
-      } },
-    { "pthread_mutex_lock", Kind::lock, [] { const std::scoped_lock lock (res->mutex); } },
-    { "pthread_rwlock_rdlock", Kind::lock, [] { pthread_rwlock_rdlock (&res->rwlock), pthread_rwlock_unlock (&res->rwlock); } },
-    { "pthread_rwlock_wrlock", Kind::lock, [] { pthread_rwlock_wrlock (&res->rwlock), pthread_rwlock_unlock (&res->rwlock); } },
-    { "sem_wait", Kind::wait, [] { sem_post (&res->semaphore), sem_wait (&res->semaphore); } },
-    { "sem_timedwait", Kind::wait, [] { sem_post (&res->semaphore), sem_timedwait (&res->semaphore, &zero); } },
-    // Returns at the next signal, which a helper thread sends every half millisecond.
-    { "pthread_cond_wait", Kind::wait,
-      []
-      {
-          pthread_mutex_lock (&res->conditionMutex), pthread_cond_wait (&res->condition, &res->conditionMutex),
-              pthread_mutex_unlock (&res->conditionMutex);
-      } },
-    { "pthread_cond_timedwait", Kind::wait,
-      []
-      {
-          pthread_mutex_lock (&res->conditionMutex), pthread_cond_timedwait (&res->condition, &res->conditionMutex, &zero),
-              pthread_mutex_unlock (&res->conditionMutex);
-      } },
+    { "", Kind::allocation, [] { allocated = new int (1), delete allocated; } },
+    { "pthread_mutex_lock", Kind::lock, [] { const std::scoped_lock lock (mutex); } },
+    { "pthread_rwlock_rdlock", Kind::lock, [] { pthread_rwlock_rdlock (&rwlock), pthread_rwlock_unlock (&rwlock); } },
+    { "pthread_rwlock_wrlock", Kind::lock, [] { pthread_rwlock_wrlock (&rwlock), pthread_rwlock_unlock (&rwlock); } },
+    { "sem_wait", Kind::wait, [] { sem_post (&semaphore), sem_wait (&semaphore); } },
+    { "sem_timedwait", Kind::wait, [] { sem_post (&semaphore), sem_timedwait (&semaphore, &zero); } },
+    { "pthread_cond_wait", Kind::wait, [] { waitForCondition (false); } },
+    { "pthread_cond_timedwait", Kind::wait, [] { waitForCondition (true); } },
     { "nanosleep", Kind::sleep, [] { nanosleep (&zero, nullptr); } },
     { "clock_nanosleep", Kind::sleep, [] { clock_nanosleep (CLOCK_MONOTONIC, 0, &zero, nullptr); } },
     { "usleep", Kind::sleep, [] { usleep (0); } },
     { "sched_yield", Kind::sleep, [] { sched_yield(); } },
-    { "open read close", Kind::io,
-      []
-      {
-          const int fd = ::open ("/dev/zero", O_RDONLY);
-          char byte = 0;
-          [[maybe_unused]] const auto n = ::read (fd, &byte, 1);
-          ::close (fd);
-      } },
-    { "write", Kind::io, [] { [[maybe_unused]] const auto n = ::write (res->nullFd, "x", 1); } },
-    { "fwrite", Kind::io, [] { std::fwrite ("x", 1, 1, res->nullFile); } },
+    { "open read close", Kind::io, [] { ::close (::open ("/dev/zero", O_RDONLY)), (void) ::read (nullFd, byte, 1); } },
+    { "write", Kind::io, [] { (void) ::write (nullFd, "x", 1); } },
+    { "fwrite", Kind::io, [] { std::fwrite ("x", 1, 1, nullFile); } },
     { "socket", Kind::io, [] { ::close (::socket (AF_INET, SOCK_DGRAM, 0)); } },
-    { "connect", Kind::io,
-      []
-      {
-          sockaddr_in address {};
-          address.sin_family = AF_INET;
-          address.sin_port = htons (9);
-          address.sin_addr.s_addr = htonl (INADDR_LOOPBACK);
-          ::connect (res->udp, reinterpret_cast<const sockaddr*> (&address), sizeof (address));
-      } },
-    { "send recv", Kind::io, [] { ::send (res->pair[0], "x", 1, 0), ::recv (res->pair[1], res->byte, 1, 0); } },
+    { "connect", Kind::io, [] { ::connect (udp, reinterpret_cast<const sockaddr*> (&discard), sizeof (discard)); } },
+    { "send recv", Kind::io, [] { ::send (pair[0], "x", 1, 0), ::recv (pair[1], byte, 1, 0); } },
 };
 }
 
@@ -152,8 +105,8 @@ TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
 
     TempFolder temp;
     AlertRecorder alerts;
-    ControlResources made;
-    res = &made;
+    ASSERT_EQ (socketpair (AF_UNIX, SOCK_STREAM, 0, pair), 0);
+    sem_init (&semaphore, 0, 0);
     WatchedApp app;
     ASSERT_NE (app.deviceManager.getCurrentAudioDevice(), nullptr) << "no JACK device opened";
     ASSERT_TRUE (app.waitForCallbacks (10)) << "the device's callback isn't running";
@@ -164,9 +117,9 @@ TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
         {
             while (signalling.load())
             {
-                pthread_mutex_lock (&made.conditionMutex);
-                pthread_cond_signal (&made.condition);
-                pthread_mutex_unlock (&made.conditionMutex);
+                pthread_mutex_lock (&conditionMutex);
+                pthread_cond_signal (&condition);
+                pthread_mutex_unlock (&conditionMutex);
                 usleep (500);
             }
         });
@@ -192,7 +145,7 @@ TEST (AudioThread, TheWatchSeesEveryKindOfForbiddenCallOnTheDeviceThread)
 
     signalling = false;
     signaller.join();
-    res = nullptr;
+    ::close (pair[0]), ::close (pair[1]);
 }
 
 TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
@@ -221,10 +174,7 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     auto* deck = app.getCurrentDeck();
     deck->inputMeter.setMeterType (LevelMeterProcessor::lufsAndTruePeak);
     deck->outputMeter.setMeterType (LevelMeterProcessor::truePeak);
-    deck->waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-    deck->waveform.playNextButton.setToggleState (true, juce::dontSendNotification);
-    deck->openFiles ({ longTrack, shortTrack, monoTrack });
-    ASSERT_TRUE (pumpUntil ([&] { return deck->trackDeck.getCurrentTrackPath() == longTrack.getFullPathName(); }, 2000));
+    ASSERT_TRUE (openWithoutAutoPlay (*deck, { longTrack, shortTrack, monoTrack }));
     pumpMessages (100);
 
     RealtimeWatch::reset();

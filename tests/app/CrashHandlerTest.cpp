@@ -52,7 +52,6 @@ ChildEnd runChild (const juce::File& log, const std::function<void (const std::f
     }
 
     ::close (readyPipe[1]);
-    ChildEnd end;
     pollfd p { readyPipe[0], POLLIN, 0 };
     char byte;
     const auto readied = ::poll (&p, 1, 10000) == 1 && ::read (readyPipe[0], &byte, 1) == 1;
@@ -63,15 +62,11 @@ ChildEnd runChild (const juce::File& log, const std::function<void (const std::f
     if (readied
         && MarlodeTest::waitFor ([&] { return ::waitpid (child, &status, WNOHANG) == child; }, allowedMs,
                                  [] { juce::Thread::sleep (5); }))
-    {
-        end.ended = true;
-        end.signal = WIFSIGNALED (status) ? WTERMSIG (status) : 0;
-        return end;
-    }
+        return { true, WIFSIGNALED (status) ? WTERMSIG (status) : 0 };
 
     ::kill (child, SIGKILL);
     ::waitpid (child, &status, 0);
-    return end;
+    return {};
 }
 
 // Whether thread `tid` of this process is inside write(2) now. Reads /proc without the heap.
@@ -121,21 +116,20 @@ void holdTheHeapLock()
         ::usleep (1000);
 }
 
-// What the handler wrote after the text that was there before, or empty if it isn't a log.
-juce::String crashEntry (const juce::File& log, const juce::String& before = {})
+// The frames' lines of what the handler wrote after the text that was there before, after
+// checking the header, the time and the line endings; none if it isn't a log.
+juce::StringArray loggedFrames (const juce::File& log, const juce::String& before = {})
 {
     const auto text = log.loadFileAsString();
     const auto header = "\r\n" + juce::String::repeatedString ("*", 58) + "\r\nCrash stack back trace:\r\nLog started: ";
+    const auto entry = text.substring (before.length() + header.length());
 
     if (! text.startsWith (before) || ! text.substring (before.length()).startsWith (header))
+    {
+        ADD_FAILURE() << "not a crash log: " << text;
         return {};
+    }
 
-    return text.substring (before.length() + header.length());
-}
-
-// The frames' lines, after checking the time and the line endings.
-juce::StringArray frameLines (const juce::String& entry)
-{
     // The time is within a few seconds of now, in the framework logger's form.
     bool timeFound = false;
     const auto now = juce::Time::getCurrentTime();
@@ -237,11 +231,9 @@ TEST (CrashHandler, LogsAndEndsByTheSameSignalWhileAnotherThreadHoldsTheHeapLock
     ASSERT_TRUE (end.ended) << "the handler blocked";
     EXPECT_EQ (end.signal, SIGSEGV);
 
-    const auto entry = crashEntry (log, earlier);
-    ASSERT_TRUE (entry.isNotEmpty()) << log.loadFileAsString();
-    const auto lines = frameLines (entry);
+    const auto lines = loggedFrames (log, earlier);
     EXPECT_GE (lines.size(), 4);
-    EXPECT_GE (linesNaming (lines, "marlode_tests("), 2) << entry;
+    EXPECT_GE (linesNaming (lines, "marlode_tests("), 2) << lines.joinIntoString ("\n");
 }
 
 TEST (CrashHandler, AStackOverflowIsLoggedOnTheAlternateStack)
@@ -254,17 +246,13 @@ TEST (CrashHandler, AStackOverflowIsLoggedOnTheAlternateStack)
     ASSERT_TRUE (end.ended);
     EXPECT_EQ (end.signal, SIGSEGV);
 
-    const auto entry = crashEntry (log);
-    ASSERT_TRUE (entry.isNotEmpty()) << "nothing was logged";
-    const auto lines = frameLines (entry);
+    const auto lines = loggedFrames (log);
     EXPECT_EQ (lines.size(), 128) << "the deepest 128 frames";
     EXPECT_GE (linesNaming (lines, "marlode_tests("), 120);
 }
 
 //==============================================================================
-struct CrashSignal : ::testing::TestWithParam<int>
-{
-};
+using CrashSignal = ::testing::TestWithParam<int>;
 
 TEST_P (CrashSignal, ARealFaultIsLoggedAndEndsTheProcessWithItsOwnSignal)
 {
@@ -295,9 +283,7 @@ TEST_P (CrashSignal, ARealFaultIsLoggedAndEndsTheProcessWithItsOwnSignal)
 
     ASSERT_TRUE (end.ended);
     EXPECT_EQ (end.signal, GetParam());
-    const auto entry = crashEntry (log);
-    ASSERT_TRUE (entry.isNotEmpty());
-    EXPECT_GE (linesNaming (frameLines (entry), "marlode_tests("), 2);
+    EXPECT_GE (linesNaming (loggedFrames (log), "marlode_tests("), 2);
 }
 
 INSTANTIATE_TEST_SUITE_P (CrashHandler, CrashSignal, ::testing::Values (SIGFPE, SIGILL, SIGSEGV, SIGBUS, SIGABRT, SIGSYS),

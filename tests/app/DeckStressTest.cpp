@@ -32,13 +32,7 @@ TEST (DeckStress, RandomActionsWhileTheDeviceRunsNeverLoseOrBreakPlayback)
     ASSERT_EQ (app.getNumDecks(), 3);
 
     for (int d = 0; d < app.getNumDecks(); ++d)
-    {
-        auto& deck = *app.decks[d];
-        deck.waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-        deck.waveform.playNextButton.setToggleState (d != 1, juce::dontSendNotification);
-        deck.openFiles (files);
-        ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.hasTrack(); }, 2000));
-    }
+        ASSERT_TRUE (openWithoutAutoPlay (*app.decks[d], files, d != 1));
 
     // A new sequence each run, named in every failure so it can be replayed.
     const auto seed = juce::Time::currentTimeMillis();

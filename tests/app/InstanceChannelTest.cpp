@@ -78,12 +78,7 @@ void leaveACrashedSocket (const juce::File& socket)
     ::close (fd);
 }
 
-juce::String utf8 (const char* text)
-{
-    return juce::String (juce::CharPointer_UTF8 (text));
-}
-
-// A running first instance on a private socket, its lists collected.
+// A running first instance on a private socket; its lists are collected once a test listens.
 struct RunningInstance : ::testing::Test
 {
     TempFolder temp;
@@ -91,21 +86,12 @@ struct RunningInstance : ::testing::Test
     InstanceChannel first { socket };
     Received received;
 
-    void SetUp() override
-    {
-        ASSERT_EQ (first.claim ({}), Role::first);
-        received.listenTo (first);
-    }
+    void SetUp() override { ASSERT_EQ (first.claim ({}), Role::first); }
 };
 } // namespace
 
-TEST (InstanceChannel, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
+TEST_F (RunningInstance, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
 {
-    TempFolder temp;
-    const auto socket = temp.file ("instance.sock");
-    InstanceChannel first (socket);
-    ASSERT_EQ (first.claim ({ "/own.wav" }), Role::first);
-
     struct stat info;
     ASSERT_EQ (::stat (socket.getFullPathName().toRawUTF8(), &info), 0);
     EXPECT_EQ (info.st_mode & 0777, 0600u) << "only this account may connect";
@@ -115,9 +101,7 @@ TEST (InstanceChannel, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
                                       "/t/tab\there.wav",
                                       "/n/new\nline.wav",
                                       "/-/-leading dash.flac",
-                                      utf8 ("/u/\xc3\x9cn\xc3\xaf"
-                                            "c\xc3\xb8"
-                                            "d\xc3\xa9 \xe2\x99\xab \xe6\x97\xa5\xe6\x9c\xac.ogg"),
+                                      juce::String (L"/u/\u00dcn\u00efc\u00f8d\u00e9 \u266b \u65e5\u672c.ogg"),
                                       "/b/back\\slash.wav",
                                       "/s/trailing space .wav ",
                                       "/sh/$(HOME) `x` ;&|*?.mp3",
@@ -127,7 +111,6 @@ TEST (InstanceChannel, AnyPathArrivesExactlyAndListsWaitForTheReceiver)
     EXPECT_EQ (InstanceChannel (socket).claim (awkward), Role::handedOver);
     EXPECT_EQ (InstanceChannel (socket).claim ({}), Role::handedOver);
 
-    Received received;
     received.listenTo (first);
     EXPECT_EQ (InstanceChannel (socket).claim ({ "/x.flac" }), Role::handedOver);
 
@@ -216,6 +199,7 @@ TEST (InstanceChannel, SimultaneousLaunchesMakeOneFirstAndLoseNoList)
 
 TEST_F (RunningInstance, SilentAndTricklingClientsDoNotHoldUpARealLaunch)
 {
+    received.listenTo (first);
     RawClient silent (socket);
     ASSERT_TRUE (silent.connected);
 
@@ -252,6 +236,7 @@ TEST_F (RunningInstance, SilentAndTricklingClientsDoNotHoldUpARealLaunch)
 
 TEST_F (RunningInstance, RefusesWhatIsNotAListOfAbsoluteUtf8Paths)
 {
+    received.listenTo (first);
     for (const std::string& hostile :
          { std::string ("relative.wav\0", 13), std::string ("/no terminator"), std::string ("/bad \xff\xfe utf-8") + '\0',
            std::string ("\0", 1), std::string ("/a\0\0/b\0", 7), std::string (InstanceChannel::maxMessageBytes + 1, '/') })
@@ -278,6 +263,7 @@ TEST_F (RunningInstance, RefusesWhatIsNotAListOfAbsoluteUtf8Paths)
 
 TEST_F (RunningInstance, ShutdownStopsDeliveringAndRemovesOnlyItsOwnSocket)
 {
+    received.listenTo (first);
     // A list taken but not yet delivered when the instance shuts down goes nowhere.
     EXPECT_EQ (InstanceChannel (socket).claim ({ "/too/late.wav" }), Role::handedOver);
     first.shutdown();

@@ -32,11 +32,8 @@ struct MasterPathTest : ::testing::Test
     void playConstant (MainComponent& deck, float value)
     {
         deck.trackDeck.audioDeviceAvailable = true;
-        deck.waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
-        const auto f =
-            writeWav (temp.file (juce::String (value) + ".wav"), 44100.0, 2, 44100 * 10, [value] (int, int) { return value; });
-        deck.openFiles ({ f });
-        ASSERT_TRUE (pumpUntil ([&] { return deck.trackDeck.hasTrack(); }, 2000));
+        ASSERT_TRUE (openWithoutAutoPlay (deck, { writeWav (temp.file (juce::String (value) + ".wav"), 44100.0, 2, 441000,
+                                                            [value] (int, int) { return value; }) }));
         ASSERT_TRUE (pumpUntil ([&] { return deck.engine.transport.getNumBufferedSamples() > 4096; }, 2000));
         deck.trackDeck.playButtonClicked();
         ASSERT_TRUE (pumpUntil ([&] { return deck.engine.isPlaying(); }, 1000));

@@ -8,15 +8,6 @@
 using namespace Marlode;
 using namespace MarlodeTest;
 
-namespace
-{
-juce::String bluetoothWarning()
-{
-    return "Bluetooth Headset output device chosen.\r\nAudio quality is significantly reduced with this output option. "
-           "Try choosing 'Headphones' instead if you notice audio quality is poor.";
-}
-}
-
 TEST (OutputDevice, AHeadsetIsWarnedAboutAtEveryStartButOnlyByItsCapitalisedName)
 {
     MARLODE_REQUIRE_JACK();
@@ -43,7 +34,9 @@ TEST (OutputDevice, AHeadsetIsWarnedAboutAtEveryStartButOnlyByItsCapitalisedName
     useDevice ("Bluetooth Headset");
     ASSERT_EQ (alerts.shown.size(), 1u);
     EXPECT_EQ (alerts.shown[0].title, "Warning!");
-    EXPECT_EQ (alerts.shown[0].message, bluetoothWarning());
+    EXPECT_EQ (alerts.shown[0].message,
+               "Bluetooth Headset output device chosen.\r\nAudio quality is significantly reduced with this output option. "
+               "Try choosing 'Headphones' instead if you notice audio quality is poor.");
     EXPECT_EQ (MainAudioAppComponent::currentOutputDeviceName(), "Bluetooth Headset");
     EXPECT_TRUE (app.getCurrentDeck()->trackDeck.audioDeviceAvailable);
 

@@ -22,7 +22,6 @@ struct TrackDeckTest : ::testing::Test
 
     void setPosition (double seconds) { h.deck.engine.transport.setPosition (seconds); }
     double position() { return h.deck.engine.getPosition(); }
-    static float peakOver (FakeDevice& device, int ms) { return device.takePeak(), pumpMessages (ms), device.takePeak(); }
 };
 }
 
@@ -49,20 +48,14 @@ TEST_F (TrackDeckTest, PlayPauseResumeAndStopFollowTheStateMachine)
     ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Paused; }, 1000));
     EXPECT_FALSE (h.deck.engine.isPlaying());
     EXPECT_FALSE (h.deck.playlist.getPlayingIndicator());
-    const auto pausedAt = position();
-    pumpMessages (100);
-    EXPECT_EQ (position(), pausedAt);
-    EXPECT_EQ (peakOver (device, 50), 0.0f);
 
-    // Play resumes from the paused place.
+    // That a pause is silent and resumes where it was, and that a stop goes back to the top, the
+    // end-to-end tests hear; here the states between and what the view shows.
     deck.playButtonClicked();
     ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Playing; }, 1000));
-    ASSERT_TRUE (pumpUntil ([&] { return position() > pausedAt + 0.1; }, 2000));
-
     deck.stopButtonClicked();
     EXPECT_EQ (deck.getState(), TransportState::Stopping);
     ASSERT_TRUE (pumpUntil ([&] { return deck.getState() == TransportState::Stopped; }, 1000));
-    EXPECT_EQ (position(), 0.0);
     EXPECT_FALSE (h.deck.transport.playButton.getToggleState());
 }
 
@@ -85,45 +78,28 @@ TEST_F (TrackDeckTest, StopLandingPastTheLoopShowsInTheViewAndPreviousPastTwoSec
     EXPECT_EQ (position(), 0.0);
 }
 
-TEST_F (TrackDeckTest, EndOfTrackStopsOrMovesToTheNextRow)
+TEST_F (TrackDeckTest, EndOfTrackWithoutPlayNextStopsAtTheTopAndPreviousGoesBackARow)
 {
+    // Play-Next following the end is the audio thread test's, on the real device.
     const auto a = writeWav (temp.file ("a.wav"), 44100.0, 2, 4410, [] (int, int) { return 0.2f; });
     const auto b = writeWav (temp.file ("b.wav"), 44100.0, 2, 44100 * 3, [] (int, int) { return 0.3f; });
+    h.deck.waveform.playNextButton.setToggleState (false, juce::dontSendNotification);
     h.deck.openFiles ({ a, b });
     ASSERT_TRUE (pumpUntil ([&] { return h.player().getCurrentTrackPath() == a.getFullPathName(); }, 2000));
     FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
 
-    // Play-Next is on by default: the end of a gives b, playing.
     h.player().playButtonClicked();
-    ASSERT_TRUE (pumpUntil ([&] { return h.player().getCurrentTrackPath() == b.getFullPathName(); }, 3000));
-    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
-    EXPECT_EQ (h.deck.playlist.getCurrentRow(), 1);
-
-    // Previous under 2 s goes back a row.
-    h.player().previousTrack();
-    EXPECT_EQ (h.player().getCurrentTrackPath(), a.getFullPathName());
-
-    // With Play-Next off, the end of a stops it at the top.
-    h.deck.waveform.playNextButton.setToggleState (false, juce::dontSendNotification);
     ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
     ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Stopped; }, 3000));
     EXPECT_EQ (h.player().getCurrentTrackPath(), a.getFullPathName());
     EXPECT_EQ (position(), 0.0);
-}
 
-TEST_F (TrackDeckTest, LoadingWhilePlayingStartsTheNewTrackEvenWithoutAutoPlay)
-{
-    const auto a = writeWav (temp.file ("a.wav"), 44100.0, 2, 44100 * 5, [] (int, int) { return 0.2f; });
-    const auto b = writeWav (temp.file ("b.wav"), 44100.0, 2, 44100 * 5, [] (int, int) { return 0.4f; });
-    ASSERT_TRUE (h.load (a));
-    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
-
-    h.player().playButtonClicked();
-    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
-    ASSERT_TRUE (h.load (b));
-    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Playing; }, 1000));
-    pumpMessages (100);
-    EXPECT_NEAR (peakOver (device, 100), 0.4f, 1e-4f);
+    // Previous under 2 s goes back a row.
+    h.player().nextTrack();
+    EXPECT_EQ (h.player().getCurrentTrackPath(), b.getFullPathName());
+    h.player().previousTrack();
+    EXPECT_EQ (h.player().getCurrentTrackPath(), a.getFullPathName());
+    EXPECT_EQ (h.deck.playlist.getCurrentRow(), 0);
 }
 
 TEST_F (TrackDeckTest, EjectUnloadsTheTrack)

@@ -3,6 +3,8 @@
 #include "dsp/Ebu128LoudnessMeter.h"
 #include "dsp/TruePeakMeter.h"
 
+#include "support/TestAudio.h"
+
 #include <ebur128.h>
 #include <gtest/gtest.h>
 
@@ -20,41 +22,32 @@ struct Segment
 // A 1 kHz sine in both channels through segments of given level.
 juce::AudioBuffer<float> sineSegments (double rate, const std::vector<Segment>& segments)
 {
-    int total = 0;
+    std::vector<double> amplitudes;
     for (auto s : segments)
-        total += (int) (s.seconds * rate);
+        amplitudes.insert (amplitudes.end(), (size_t) (s.seconds * rate), std::pow (10.0, s.dBFS / 20.0));
 
-    juce::AudioBuffer<float> b (2, total);
-    int i = 0;
-    for (auto s : segments)
-    {
-        const auto amplitude = std::pow (10.0, s.dBFS / 20.0);
-        for (int n = 0; n < (int) (s.seconds * rate); ++n, ++i)
-            for (int c = 0; c < 2; ++c)
-                b.setSample (c, i, (float) (amplitude * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate)));
-    }
-    return b;
+    return MarlodeTest::makeBuffer (
+        2, (int) amplitudes.size(),
+        [&] (int, int i)
+        { return (float) (amplitudes[(size_t) i] * std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate)); });
 }
 
 // Three minutes of music-like material: filtered noise whose level wanders by phrases.
 juce::AudioBuffer<float> wanderingNoise (double rate)
 {
-    const int n = (int) (180.0 * rate);
-    juce::AudioBuffer<float> b (2, n);
     juce::Random random (42);
     double low[2] {};
-    for (int i = 0; i < n; ++i)
-    {
-        const auto t = i / rate;
-        const auto envelope = 0.05
-                              + 0.25 * (0.5 + 0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 23.0))
-                                    * (0.6 + 0.4 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 3.7));
-        for (int c = 0; c < 2; ++c)
-            low[c] += 0.05 * (random.nextFloat() * 2.0 - 1.0 - low[c]);
-        for (int c = 0; c < 2; ++c)
-            b.setSample (c, i, (float) (envelope * (low[c] * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0))));
-    }
-    return b;
+    return MarlodeTest::makeBuffer (2, (int) (180.0 * rate),
+                                    [&] (int c, int i)
+                                    {
+                                        const auto t = i / rate;
+                                        const auto envelope =
+                                            0.05
+                                            + 0.25 * (0.5 + 0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 23.0))
+                                                  * (0.6 + 0.4 * std::sin (2.0 * juce::MathConstants<double>::pi * t / 3.7));
+                                        low[c] += 0.05 * (random.nextFloat() * 2.0 - 1.0 - low[c]);
+                                        return (float) (envelope * (low[c] * 3.0 + 0.3 * (random.nextFloat() * 2.0 - 1.0)));
+                                    });
 }
 
 // Samples [start, start + n) of both channels, interleaved as libebur128 takes them.
@@ -75,14 +68,10 @@ Readings ours (const juce::AudioBuffer<float>& audio, double rate, int blockSize
 {
     Ebu128LoudnessMeter meter;
     meter.prepareToPlay (rate, 2, blockSize, requestRate);
-    juce::AudioBuffer<float> block (2, blockSize);
+    auto copy = audio;
 
     for (int start = 0; start + blockSize <= audio.getNumSamples(); start += blockSize)
-    {
-        for (int c = 0; c < 2; ++c)
-            block.copyFrom (c, 0, audio, c, start, blockSize);
-        meter.processBlock (juce::AudioSourceChannelInfo (&block, 0, blockSize));
-    }
+        meter.processBlock (juce::AudioSourceChannelInfo (&copy, start, blockSize));
 
     return { meter.getIntegratedLoudness(), meter.getLoudnessRange(), meter.getMaximumMomentaryLoudness(),
              meter.getMaximumShortTermLoudness() };
@@ -132,9 +121,7 @@ const Case cases[] = {
 // The device's case (request rate 33) and the file analysis' (rate 20), at 44.1 and 48 kHz.
 using Param = std::tuple<int, double, int>;
 
-struct LoudnessAgainstLibebur128 : ::testing::TestWithParam<Param>
-{
-};
+using LoudnessAgainstLibebur128 = ::testing::TestWithParam<Param>;
 }
 
 TEST_P (LoudnessAgainstLibebur128, AgreesWithinTolerance)
@@ -183,15 +170,11 @@ TEST (Ebu128LoudnessMeter, AnOddRateSilenceAndTheNominalSine)
 
     // A 997 Hz full-scale sine in both channels: -0.691 + 10 log10 (2 x 0.5), plus the K-weighting's
     // +0.69 dB at that frequency, so 0 LUFS.
-    const auto sine = [] (int, int i) { return (float) std::sin (2.0 * juce::MathConstants<double>::pi * 997.0 * i / 48000.0); };
+    auto sine = MarlodeTest::makeBuffer (
+        2, 400 * 512, [] (int, int i) { return (float) std::sin (2.0 * juce::MathConstants<double>::pi * 997.0 * i / 48000.0); });
     meter.reset();
-    for (int b = 0; b < 400; ++b)
-    {
-        for (int c = 0; c < 2; ++c)
-            for (int i = 0; i < 512; ++i)
-                block.setSample (c, i, sine (c, b * 512 + i));
-        meter.processBlock (juce::AudioSourceChannelInfo (&block, 0, 512));
-    }
+    for (int start = 0; start < sine.getNumSamples(); start += 512)
+        meter.processBlock (juce::AudioSourceChannelInfo (&sine, start, 512));
     EXPECT_NEAR (meter.getMomentaryLoudness(), 0.0f, 0.02f);
     EXPECT_NEAR (meter.getShortTermLoudness(), 0.0f, 0.02f);
 }
@@ -205,17 +188,14 @@ TEST (TruePeakMeter, AgreesWithLibebur128OnInterSamplePeaksAndNoise)
         // meter counts positive excursions only, libebur128 magnitudes: so the second channel
         // carries the first one inverted, and our peak over both is the first one's magnitude.
         const int n = (int) rate * 2;
-        juce::AudioBuffer<float> sine (2, n), noise (2, n);
+        auto sine = MarlodeTest::makeBuffer (
+            2, n, [] (int, int i) { return (float) (0.5 * std::sin (juce::MathConstants<double>::pi * (0.5 * i + 0.25))); });
         juce::Random random (7);
-        double low[1] {};
-        for (int i = 0; i < n; ++i)
-            for (int c = 0; c < 2; ++c)
-            {
-                sine.setSample (c, i, (float) (0.5 * std::sin (juce::MathConstants<double>::pi * (0.5 * i + 0.25))));
-                if (c == 0)
-                    low[0] += 0.2 * (random.nextFloat() * 2.0 - 1.0 - low[0]);
-                noise.setSample (c, i, (float) ((c == 0 ? 1.2 : -1.2) * low[0]));
-            }
+        double low = 0.0;
+        auto noise = MarlodeTest::makeBuffer (
+            2, n, [&] (int c, int) { return (float) (1.2 * (low += 0.2 * (random.nextFloat() * 2.0 - 1.0 - low))); });
+        noise.copyFrom (1, 0, noise, 0, 0, n);
+        noise.applyGain (1, 0, n, -1.0f);
 
         for (const auto* audio : { &sine, &noise })
         {

@@ -9,12 +9,6 @@ using namespace MarlodeTest;
 
 namespace
 {
-struct Formats
-{
-    Formats() { manager.registerBasicFormats(); }
-    juce::AudioFormatManager manager;
-};
-
 /** A reader that only claims. */
 struct Claims : juce::AudioFormatReader
 {
@@ -38,14 +32,15 @@ juce::String verdict (double rate, unsigned channels, juce::int64 frames, unsign
 TEST (AudioFileGuard, GenuineFilesOfEveryFormatPassAndReadAsTheFrameworkReadsThem)
 {
     TempFolder temp;
-    Formats formats;
+    juce::AudioFormatManager formats;
+    formats.registerBasicFormats();
 
     for (const auto& file : writeGenuineAudio (temp.folder))
     {
         ASSERT_TRUE (file.existsAsFile());
-        const auto guarded = AudioFileGuard::createReader (formats.manager, file);
+        const auto guarded = AudioFileGuard::createReader (formats, file);
         ASSERT_NE (guarded, nullptr) << file.getFileName();
-        std::unique_ptr<juce::AudioFormatReader> plain (formats.manager.createReaderFor (file));
+        std::unique_ptr<juce::AudioFormatReader> plain (formats.createReaderFor (file));
         ASSERT_NE (plain, nullptr) << file.getFileName();
 
         EXPECT_EQ (guarded->lengthInSamples, plain->lengthInSamples) << file.getFileName();
@@ -69,12 +64,13 @@ TEST (AudioFileGuard, GenuineFilesOfEveryFormatPassAndReadAsTheFrameworkReadsThe
 TEST (AudioFileGuard, HostileFilesAreRefusedBeforeAnyReaderSizesFromThem)
 {
     TempFolder temp;
-    Formats formats;
+    juce::AudioFormatManager formats;
+    formats.registerBasicFormats();
     int refused = 0;
 
     for (const auto& hostile : writeHostileAudio (temp.folder))
     {
-        const auto reader = AudioFileGuard::createReader (formats.manager, hostile.file);
+        const auto reader = AudioFileGuard::createReader (formats, hostile.file);
 
         if (hostile.mustRefuse)
         {
@@ -93,7 +89,7 @@ TEST (AudioFileGuard, HostileFilesAreRefusedBeforeAnyReaderSizesFromThem)
     EXPECT_GT (refused, 30);
 
     // What the framework's own reader would have taken from the user's 144-byte file.
-    std::unique_ptr<juce::AudioFormatReader> plain (formats.manager.createReaderFor (temp.file ("absurd.rf64.wav")));
+    std::unique_ptr<juce::AudioFormatReader> plain (formats.createReaderFor (temp.file ("absurd.rf64.wav")));
     ASSERT_NE (plain, nullptr);
     EXPECT_EQ (temp.file ("absurd.rf64.wav").getSize(), 144);
     EXPECT_EQ (plain->lengthInSamples, ((juce::int64) 256 << 30) / 4);

@@ -25,9 +25,7 @@ void PrintTo (const ClockCase& c, std::ostream* os)
 constexpr auto notANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr auto infinity = std::numeric_limits<double>::infinity();
 
-class FormatTimeTable : public ::testing::TestWithParam<ClockCase>
-{
-};
+using FormatTimeTable = ::testing::TestWithParam<ClockCase>;
 }
 
 TEST_P (FormatTimeTable, EveryTextReadsTheSameMillisecond)

@@ -28,9 +28,7 @@ struct ReturnCase
     double replay = 10.0;
 };
 
-struct ReturnToStart : ::testing::TestWithParam<ReturnCase>
-{
-};
+using ReturnToStart = ::testing::TestWithParam<ReturnCase>;
 }
 
 // Loop 20..30 s, replay marker at 10 s unless the row says otherwise.
@@ -77,9 +75,7 @@ struct MoveCase
     std::optional<double> target;
 };
 
-struct SkipAndJump : ::testing::TestWithParam<MoveCase>
-{
-};
+using SkipAndJump = ::testing::TestWithParam<MoveCase>;
 }
 
 // Replay marker at 20 s, loop 10..30 s, 60 s track.

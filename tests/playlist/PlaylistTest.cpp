@@ -104,31 +104,12 @@ TEST_F (PlaylistTest, DragReorderRules)
     EXPECT_EQ (playlist.dropIndexAt (10, 5000), 8) << "past the last row: the end";
 }
 
-TEST_F (PlaylistTest, BrokenAndHostileFilesAreReportedNotAdded)
+TEST_F (PlaylistTest, BrokenAndHostileFilesAreReportedNotAddedAndNoneSizesARow)
 {
     temp.file ("text.wav").replaceWithText ("no audio here");
     temp.file ("folder.wav").createDirectory();
-    alerts.answer = true;
-    playlist.addFiles (
-        { temp.file ("text.wav").getFullPathName(), temp.file ("folder.wav").getFullPathName(), "/dev/zero", "relative.wav", "" },
-        false, true, -1);
-    EXPECT_EQ (playlist.getNumRows(), 0);
-    ASSERT_EQ (alerts.shown.size(), 2u);
-    EXPECT_EQ (alerts.shown[0].message, "3 files you selected could not be read.\n\nShow a list of these files?");
-    EXPECT_EQ (alerts.shown[1].kind, "window") << "the list opens in a window of its own";
-    EXPECT_EQ (alerts.shown[1].centredOn, &playlist) << "centred on the playlist's own top-level window";
-    EXPECT_EQ (alerts.shown[1].title, "Invalid Files");
-    EXPECT_EQ (alerts.shown[1].message, "A valid audio format reader could not be created for the following files. \n"
-                                        "To reach this point the file type must be a valid format but is not readable, "
-                                        "the file is possibly corrupted. \n\n"
-                                            + temp.file ("text.wav").getFullPathName() + "\r\n"
-                                            + temp.file ("folder.wav").getFullPathName() + "\r\n/dev/zero\r\n");
-}
-
-TEST_F (PlaylistTest, EveryHostileAudioFileIsReportedAndNoneSizesARow)
-{
-    juce::StringArray paths;
-    int mustRefuse = 0;
+    juce::StringArray paths { temp.file ("text.wav").getFullPathName(), temp.file ("folder.wav").getFullPathName(), "/dev/zero" };
+    int mustRefuse = paths.size();
 
     for (const auto& hostile : writeHostileAudio (temp.folder))
     {
@@ -136,7 +117,11 @@ TEST_F (PlaylistTest, EveryHostileAudioFileIsReportedAndNoneSizesARow)
         mustRefuse += hostile.mustRefuse ? 1 : 0;
     }
 
-    playlist.addFiles (paths, false, true, -1);
+    // A relative path and an empty one are no files at all: neither counted nor listed.
+    juce::StringArray given { paths[0], paths[1], paths[2], "relative.wav", "" };
+    given.addArray (paths, 3);
+    alerts.answer = true;
+    playlist.addFiles (given, false, true, -1);
 
     // Only truncated compressed files may stay, and then with facts their bytes can back.
     for (int i = 0; i < playlist.getNumRows(); ++i)
@@ -148,12 +133,21 @@ TEST_F (PlaylistTest, EveryHostileAudioFileIsReportedAndNoneSizesARow)
         EXPECT_TRUE (row->format == "FLAC" || row->format == "OGG" || row->format == "MP3") << row->fileName;
     }
 
-    ASSERT_EQ (alerts.shown.size(), 1u);
+    ASSERT_EQ (alerts.shown.size(), 2u);
     const auto refused = paths.size() - playlist.getNumRows();
     EXPECT_GE (refused, mustRefuse);
     EXPECT_EQ (alerts.shown[0].title, "Error reading files");
     EXPECT_EQ (alerts.shown[0].message,
                juce::String (refused) + " files you selected could not be read.\n\nShow a list of these files?");
+    EXPECT_EQ (alerts.shown[1].kind, "window") << "the list opens in a window of its own";
+    EXPECT_EQ (alerts.shown[1].centredOn, &playlist) << "centred on the playlist's own top-level window";
+    EXPECT_EQ (alerts.shown[1].title, "Invalid Files");
+    EXPECT_TRUE (alerts.shown[1].message.startsWith (
+        "A valid audio format reader could not be created for the following files. \n"
+        "To reach this point the file type must be a valid format but is not readable, the file is possibly corrupted. \n\n"
+        + paths.joinIntoString ("\r\n", 0, 3) + "\r\n"))
+        << alerts.shown[1].message;
+    EXPECT_FALSE (alerts.shown[1].message.contains ("relative.wav"));
 }
 
 TEST_F (PlaylistTest, PlaylistFilesRoundTripAndReadingRules)

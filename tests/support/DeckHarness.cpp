@@ -24,6 +24,15 @@ AlertRecorder::AlertRecorder()
 {
 }
 
+bool openWithoutAutoPlay (Marlode::MainComponent& deck, const juce::Array<juce::File>& files, bool playNext)
+{
+    deck.waveform.autoPlayButton.setToggleState (false, juce::dontSendNotification);
+    deck.waveform.playNextButton.setToggleState (playNext, juce::dontSendNotification);
+    deck.openFiles (files);
+    const auto first = files.getFirst().getFullPathName();
+    return pumpUntil ([&] { return deck.trackDeck.getCurrentTrackPath() == first; }, 3000);
+}
+
 DeckHarness::DeckHarness() : deck (keyMappings, activePopup)
 {
     deck.setBounds (0, 0, 830, 685);

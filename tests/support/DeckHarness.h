@@ -25,6 +25,10 @@ struct AlertRecorder
     Marlode::Alerts::ScopedPresenter presenter;
 };
 
+/** Opens `files` on `deck` with Auto-Play off and `playNext` as given, as a chooser would, and
+    waits until the first is loaded. */
+bool openWithoutAutoPlay (Marlode::MainComponent& deck, const juce::Array<juce::File>& files, bool playNext = true);
+
 /** One real deck with a prepared transport and an available device. Auto-Play off. */
 struct DeckHarness
 {
