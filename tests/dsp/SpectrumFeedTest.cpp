@@ -13,8 +13,8 @@ namespace
 {
 constexpr int frameSize = SpectrumFeed::frameSize;
 
-// Pushes the ramp 0, 1, 2 ... on every channel, so the average of any number of channels that
-// sum exactly is the ramp again, and a frame tells which samples it holds.
+// Pushes the ramp 0, 1, 2 ... on every channel from `offset` into its block: the average is the
+// ramp again, and a frame tells which samples it holds.
 struct Ramp
 {
     SpectrumFeed& feed;
@@ -53,32 +53,23 @@ TEST (SpectrumFeed, AFrameIsTheAverageOfTheChannels)
     SpectrumFeed feed;
     feed.prepare (44100.0, frameSize);
 
-    for (const auto channels : { 1, 2, 3 })
+    for (const auto channels : { 1, 2 })
     {
-        SCOPED_TRACE (channels);
         auto block = MarlodeTest::makeBuffer (channels, frameSize, MarlodeTest::noise);
         feed.push (juce::AudioSourceChannelInfo (block));
-
         auto* frame = feed.takeFrame();
         ASSERT_NE (frame, nullptr);
+
         for (int i = 0; i < frameSize; ++i)
-        {
-            float sum = 0.0f;
-            for (int c = 0; c < channels; ++c)
-                sum += block.getSample (c, i);
+            ASSERT_EQ (frame[i],
+                       channels == 1 ? block.getSample (0, i) : 0.5f * (block.getSample (0, i) + block.getSample (1, i)))
+                << channels << " channels, sample " << i;
 
-            if (channels == 1)
-                ASSERT_EQ (frame[i], block.getSample (0, i)) << "one channel is taken as it is, at " << i;
-            else
-                ASSERT_NEAR (frame[i], sum / (float) channels, 1e-6f) << i;
-        }
-
-        // The transform used the whole frame; the next one has its zeros again.
         scribble (frame);
         feed.releaseFrame();
     }
 
-    ASSERT_EQ (feed.takeFrame(), nullptr);
+    // The transform used the whole frame; the next one has its zeros again.
     Ramp ramp { feed };
     ramp.push (frameSize);
     EXPECT_TRUE (holdsRamp (feed.takeFrame(), 0));
@@ -159,7 +150,6 @@ TEST (SpectrumFeed, FramesCrossBetweenThreadsWhole)
     // Floats hold whole numbers exactly below 2^24; the ramp wraps at 2^23, a multiple of a frame.
     constexpr int wrap = 1 << 23;
     std::atomic<bool> running { true }; // cleared by the test's thread, read by the pushing one
-    std::atomic<long> blocks { 0 };     // written by the pushing thread, read after it ended
 
     RealtimeWatch::reset();
     std::thread audio (
@@ -181,12 +171,10 @@ TEST (SpectrumFeed, FramesCrossBetweenThreadsWhole)
 
                 RealtimeWatch::Scope watch;
                 feed.push (juce::AudioSourceChannelInfo (&block, 0, size));
-                blocks.store (n + 1, std::memory_order_relaxed);
             }
         });
 
     int frames = 0, broken = 0;
-    juce::String firstBreak;
     const auto end = juce::Time::getMillisecondCounter() + 2000;
 
     while (juce::Time::getMillisecondCounter() < end)
@@ -203,9 +191,7 @@ TEST (SpectrumFeed, FramesCrossBetweenThreadsWhole)
         for (int i = 1; i < 2 * frameSize && whole; ++i)
             whole = frame[i] == (i < frameSize ? (float) ((first + i) % wrap) : 0.0f);
 
-        if (! whole && broken++ == 0)
-            firstBreak << "frame " << frames << " starts at " << frame[0];
-
+        broken += whole ? 0 : 1;
         scribble (frame);
         feed.releaseFrame();
         ++frames;
@@ -214,7 +200,7 @@ TEST (SpectrumFeed, FramesCrossBetweenThreadsWhole)
     running = false;
     audio.join();
 
-    EXPECT_EQ (broken, 0) << firstBreak;
-    EXPECT_GT (frames, 50) << "frames taken in " << blocks.load() << " blocks";
+    EXPECT_EQ (broken, 0) << "of " << frames << " frames";
+    EXPECT_GT (frames, 50);
     EXPECT_EQ (RealtimeWatch::report(), "allocations 0");
 }

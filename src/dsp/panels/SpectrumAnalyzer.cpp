@@ -81,6 +81,7 @@ void SpectrumAnalyzer::resized()
 //==============================================================================
 void SpectrumAnalyzer::timerRelayCallback()
 {
+    JUCE_ASSERT_MESSAGE_THREAD
     auto* frame = feed.takeFrame();
 
     // The grid's bins change with the rate: the points start again from the bottom.

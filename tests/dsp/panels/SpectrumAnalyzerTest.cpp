@@ -9,7 +9,7 @@ namespace
 {
 constexpr int width = 900, height = 300;
 
-struct Analyzer : ::testing::Test
+struct SpectrumCurve : ::testing::Test
 {
     SpectrumFeed feed;
     SpectrumAnalyzer analyzer { feed };
@@ -70,7 +70,7 @@ double xOfFrequency (double hz)
 }
 }
 
-TEST_F (Analyzer, ASinePeaksAtItsFrequencyAtEitherRate)
+TEST_F (SpectrumCurve, ASinePeaksAtItsFrequencyAtEitherRate)
 {
     for (const auto rate : { 44100.0, 48000.0 })
     {
@@ -100,7 +100,7 @@ TEST_F (Analyzer, ASinePeaksAtItsFrequencyAtEitherRate)
     }
 }
 
-TEST_F (Analyzer, LowPointsShareBinsAndThePathIsClosedAtTheBottom)
+TEST_F (SpectrumCurve, LowPointsShareBinsAndThePathIsClosedAtTheBottom)
 {
     bool closed = false;
     EXPECT_TRUE (corners().empty());
@@ -132,7 +132,7 @@ TEST_F (Analyzer, LowPointsShareBinsAndThePathIsClosedAtTheBottom)
     }
 }
 
-TEST_F (Analyzer, TheCurveFallsBySpeedToTheBottomAndNoFurther)
+TEST_F (SpectrumCurve, TheCurveFallsBySpeedToTheBottomAndNoFurther)
 {
     feed.prepare (48000.0, 512);
     EXPECT_EQ (analyzer.getFallSpeed(), 5);
@@ -167,7 +167,7 @@ TEST_F (Analyzer, TheCurveFallsBySpeedToTheBottomAndNoFurther)
     }
 }
 
-TEST_F (Analyzer, PaintsOnlyACurve)
+TEST_F (SpectrumCurve, PaintsOnlyACurve)
 {
     juce::Image image (juce::Image::ARGB, width, height, true);
     {
