@@ -18,14 +18,16 @@ void SpectrumFeed::push (const juce::AudioSourceChannelInfo& info) noexcept
     const auto channels = info.buffer != nullptr ? info.buffer->getNumChannels() : 0;
     const auto capacity = mono.getNumSamples();
 
-    if (channels == 0 || info.numSamples <= 0 || capacity == 0)
+    if (channels == 0 || capacity == 0 || info.startSample < 0)
         return;
 
+    // Never past the buffer's end, whatever the block claims.
+    const auto numSamples = juce::jmin (info.numSamples, info.buffer->getNumSamples() - info.startSample);
     const auto gain = 1.0f / (float) channels;
 
-    for (int done = 0; done < info.numSamples;)
+    for (int done = 0; done < numSamples;)
     {
-        const auto piece = juce::jmin (capacity, info.numSamples - done);
+        const auto piece = juce::jmin (capacity, numSamples - done);
         const auto start = info.startSample + done;
         auto* out = mono.getWritePointer (0);
 

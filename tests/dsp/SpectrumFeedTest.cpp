@@ -137,6 +137,14 @@ TEST (SpectrumFeed, AFrameCompletedWhileOneWaitsIsDroppedAndFramesNeverOverlap)
     const auto restart = ramp.next;
     ramp.push (frameSize);
     EXPECT_TRUE (holdsRamp (feed.takeFrame(), restart));
+    feed.releaseFrame();
+
+    // A block claiming more samples than its buffer holds gives only those it holds.
+    auto shortBlock = MarlodeTest::makeBuffer (1, 100, [&] (int, int i) { return (float) (ramp.next + i); });
+    feed.push (juce::AudioSourceChannelInfo (&shortBlock, 0, 100000));
+    ramp.next += 100;
+    ramp.push (frameSize - 100);
+    EXPECT_TRUE (holdsRamp (feed.takeFrame(), restart + frameSize));
 }
 
 // The audio thread pushes a ramp as fast as it can while the display takes, scribbles over and
