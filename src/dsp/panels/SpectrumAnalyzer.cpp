@@ -19,7 +19,7 @@ namespace
     constexpr float fullScaleMagnitude = (float) SpectrumFeed::frameSize / 2.0f;
     constexpr int topBin = SpectrumFeed::frameSize / 2;
 
-    // The grid: 20 Hz times ten to the 3 i / 512, the exponent's constants as the curve has always used.
+    // Three decades from 20 Hz over the 512 points: 20 Hz times ten to the 3 i / 512.
     double pointFrequency (int point) noexcept
     {
         return std::pow (10.0, 3.0 * point * 0.001953125 + 1.3010299956639813);

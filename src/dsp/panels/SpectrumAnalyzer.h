@@ -50,7 +50,6 @@ public:
 
 private:
     void resetPoints() noexcept;
-    void readFrame (const float* magnitudes, int point, int& prevBin) noexcept;
 
     SpectrumFeed& feed;
     juce::dsp::FFT fft { SpectrumFeed::fftOrder };
