@@ -24,6 +24,8 @@ public:
     static constexpr int fftOrder = 11;
     static constexpr int frameSize = 1 << fftOrder; // samples per frame
 
+    SpectrumFeed() = default;
+
     /** Message thread, while no block runs through it. Sizes the mono scratch for the largest
         block and forgets any collected samples and any waiting frame. */
     void prepare (double sampleRate, int maximumBlockSize);
@@ -42,10 +44,14 @@ public:
     [[nodiscard]] double getSampleRate() const noexcept { return sampleRate.load (std::memory_order_relaxed); }
 
 private:
+    // Audio thread: adds averaged samples to the fifo, handing over each full one.
+    void collect (const float* samples, int count) noexcept;
+
     juce::AudioBuffer<float> mono { 1, 0 };
     std::array<float, frameSize> fifo {};
     int fifoIndex = 0;
     std::array<float, 2 * frameSize> frame {};
+    // Set by the audio thread when it hands over a frame, cleared by the message thread after it.
     std::atomic<bool> frameReady { false };
 
     // Written by prepare, read by the display for its bin mapping.

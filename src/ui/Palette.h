@@ -49,4 +49,7 @@ inline const juce::Colour scaleCautionColour { 0xff3a3a10 };
 inline const juce::Colour scaleWarningColour { 0xff3a2010 };
 inline const juce::Colour scaleAboveReferenceColour { 0xff3a2a10 };
 
+// The equaliser's spectrum, filled at a quarter opacity behind the response curve.
+inline const juce::Colour spectrumColour { 0xff87ceeb };
+
 } // namespace Marlode
