@@ -24,6 +24,7 @@ const Comparison comparisons[] = {
     { "ThumbnailOfAnHour", "ReadAnHour", "seconds" },
     { "AddFiles2000", "OpenReaders2000", "seconds" },
     { "OpenPlaylist2000", "OpenReaders2000", "seconds" },
+    { "EightBandEqualiser", "EightJuceIIRFilters", "realtime_factor" },
 };
 
 class RatioReporter : public benchmark::ConsoleReporter

@@ -42,7 +42,12 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
 
     addAndMakeVisible (volumeAndPan);
     addAndMakeVisible (levelLights);
+    addAndMakeVisible (masterEQButton);
     relayListeners.add (&levelLights);
+    relayListeners.add (&masterEQ);
+    masterEngine.setEqualiser (&masterEQ.equaliser);
+    masterEQButton.setWantsKeyboardFocus (false);
+    masterEQButton.onClick = [this] { outputEQWindow.showWindow(); };
 
     addDeck (nullptr);
 
@@ -528,6 +533,8 @@ void MainAudioAppComponent::resized()
     levelLights.setBounds (title.removeFromRight (120).reduced (0, 4));
     title.removeFromRight (10);
     volumeAndPan.setBounds (title.removeFromRight (220));
+    title.removeFromRight (10);
+    masterEQButton.setBounds (title.removeFromRight (50).reduced (0, 8));
 
     auto tabs = title.removeFromLeft (4 * 30);
     for (auto* b : deckButtons)

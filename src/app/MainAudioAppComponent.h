@@ -1,7 +1,7 @@
 #pragma once
 
 #include "deck/MainComponent.h"
-#include "dsp/panels/EQComponent.h"
+#include "dsp/panels/EQWindow.h"
 #include "dsp/panels/LevelMeterHorizontalLights.h"
 #include "engine/MasterEngine.h"
 #include "ui/TimerRelayBroadcaster.h"
@@ -108,7 +108,9 @@ public:
     int sampleRate = 44100; // the device's rate, truncated; the decks get this one
 
     TitleBar::TitleBarComponent titleBar { "Marlode" };
-    EQComponent masterEQ;
+    juce::TextButton masterEQButton { "EQ" };
+    EQComponent masterEQ { &masterEQButton, false }; // after its button, which shows whether it is active
+    EQWindow outputEQWindow { masterEQ, &masterEQButton };
     LevelMeterHorizontalLights levelLights { masterEngine.levels };
     VolumeAndPanComponent volumeAndPan { masterEngine.gainStage };
 

@@ -75,16 +75,19 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
     waveform.addListener (this);
     trackDeck.addListener (this);
 
-    for (TimerRelayListener* l :
-         { static_cast<TimerRelayListener*> (&timer), static_cast<TimerRelayListener*> (&waveform),
-           static_cast<TimerRelayListener*> (&inputMeter), static_cast<TimerRelayListener*> (&outputMeter) })
+    for (TimerRelayListener* l : { static_cast<TimerRelayListener*> (&timer), static_cast<TimerRelayListener*> (&waveform),
+                                   static_cast<TimerRelayListener*> (&inputMeter),
+                                   static_cast<TimerRelayListener*> (&outputMeter), static_cast<TimerRelayListener*> (&deckEQ) })
         relayListeners.add (l);
+
+    engine.setStages (&deckEQ.equaliser, nullptr, nullptr);
 
     showPanel (Panel::playlist);
 }
 
 MainComponent::~MainComponent()
 {
+    engine.setStages (nullptr, nullptr, nullptr);
     trackDeck.removeListener (this);
     playlist.removeListener (this);
     waveform.removeListener (this);

@@ -98,10 +98,10 @@ public:
     TimerComponent timer { engine };
     LevelMeter inputMeter { "in", engine.inputMeter, [this] { return engine.isPlaying(); } },
         outputMeter { "out", engine.outputMeter, [this] { return engine.isPlaying(); } };
-    EQComponent deckEQ;
-    DeckFXWindow deckFX;
     juce::TextButton playlistButton { "Playlist" }, deckEQButton { "Deck EQ" }, fxButton { "FX" }, analysisButton { "Analysis" },
         clearButton { "Clear" };
+    EQComponent deckEQ { &deckEQButton, true }; // after its button, which shows whether it is active
+    DeckFXWindow deckFX;
     VerticalResizeBar resizeBar;
     TransportComponent transport;
     TrackNameLabel trackName;

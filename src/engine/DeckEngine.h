@@ -1,7 +1,7 @@
 #pragma once
 
 #include "dsp/LevelMeterProcessor.h"
-#include "engine/BlockProcessor.h"
+#include "dsp/BlockProcessor.h"
 #include "engine/MarkerModel.h"
 #include "engine/TrackTransport.h"
 #include "engine/TransportState.h"

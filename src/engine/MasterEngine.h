@@ -2,7 +2,7 @@
 
 #include "dsp/MasterGainStage.h"
 #include "dsp/MasterLevelMeasurement.h"
-#include "engine/BlockProcessor.h"
+#include "dsp/BlockProcessor.h"
 #include "engine/DeckEngine.h"
 
 #include <atomic>

@@ -12,6 +12,10 @@ HorizontalSlider::HorizontalSlider() : juce::Slider (juce::Slider::LinearBar, ju
 
 juce::String HorizontalSlider::getTextFromValue (double value)
 {
+    // Volume bars read in dB; other uses give their own text.
+    if (textFromValueFunction)
+        return textFromValueFunction (value);
+
     const auto dB = value > 0.0 ? juce::jmax (20.0 * std::log10 (value), -100.0) : -100.0;
     return dB <= -100.0 ? juce::String ("-Inf") : juce::String (dB, 1) + " dB";
 }

@@ -22,6 +22,13 @@ inline const juce::Colour panelMidColour { 0xff4b4b4b }; // raised panels, selec
 inline const juce::Colour onColour { 0xff008000 };       // anything on or active, the play head, the ruler
 inline const juce::Colour offColour { 0xffff0000 };      // anything off, a clipped meter
 
+// The equaliser: a band's switch when on, an active equaliser's button (off and on state), a
+// band's point when off, the gain boxes.
+inline const juce::Colour bandOnButtonColour { 0xff006400 };
+inline const juce::Colour eqActiveOnColour { 0xff228b22 };
+inline const juce::Colour bandPointOffColour { 0xffc80000 };
+inline const juce::Colour gainBoxColour { 0xff2f4f4f };
+
 //==============================================================================
 // Menus and table headers.
 inline const juce::Colour menuBackColour { 0xffd3d3d3 };

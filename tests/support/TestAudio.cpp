@@ -1,6 +1,8 @@
 #include "support/TestAudio.h"
 #include "support/WaitFor.h"
 
+#include <juce_dsp/juce_dsp.h>
+
 #include <cmath>
 
 namespace MarlodeTest
@@ -101,6 +103,50 @@ void pumpMessages (int milliseconds)
 bool pumpUntil (const std::function<bool()>& condition, int timeoutMs)
 {
     return waitFor (condition, timeoutMs, [] { pumpMessages (5); });
+}
+
+std::vector<float> pinkNoise (int numSamples, int seed)
+{
+    // Paul Kellet's filter bank over white noise.
+    juce::Random random (seed);
+    std::array<double, 7> b {};
+    std::vector<float> out ((size_t) numSamples);
+    for (auto& sample : out)
+    {
+        const auto white = random.nextDouble() * 2.0 - 1.0;
+        b[0] = 0.99886 * b[0] + white * 0.0555179;
+        b[1] = 0.99332 * b[1] + white * 0.0750759;
+        b[2] = 0.96900 * b[2] + white * 0.1538520;
+        b[3] = 0.86650 * b[3] + white * 0.3104856;
+        b[4] = 0.55000 * b[4] + white * 0.5329522;
+        b[5] = -0.7616 * b[5] - white * 0.0168980;
+        sample = (float) (0.11 * (b[0] + b[1] + b[2] + b[3] + b[4] + b[5] + b[6] + white * 0.5362));
+        b[6] = white * 0.115926;
+    }
+    return out;
+}
+
+double bandPower (const std::vector<float>& samples, double sampleRate, double lowHz, double highHz)
+{
+    constexpr int order = 13, size = 1 << order;
+    juce::dsp::FFT fft (order);
+    juce::dsp::WindowingFunction<float> window (size, juce::dsp::WindowingFunction<float>::hann, false);
+    std::vector<float> frame (2 * size);
+    double power = 0.0;
+    int bins = 0;
+
+    for (size_t start = 0; start + size <= samples.size(); start += size / 2)
+    {
+        std::copy_n (samples.begin() + (long) start, size, frame.begin());
+        std::fill (frame.begin() + size, frame.end(), 0.0f);
+        window.multiplyWithWindowingTable (frame.data(), size);
+        fft.performFrequencyOnlyForwardTransform (frame.data());
+
+        for (int k = (int) std::ceil (lowHz * size / sampleRate); k <= (int) (highHz * size / sampleRate); ++k, ++bins)
+            power += (double) frame[(size_t) k] * frame[(size_t) k];
+    }
+
+    return bins > 0 ? power / bins : 0.0;
 }
 
 } // namespace MarlodeTest

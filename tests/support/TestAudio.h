@@ -34,6 +34,12 @@ float sweep (int channel, int index, double sampleRate);
     played can only be a hole. */
 float noise (int channel, int index);
 
+/** Pink noise (-3 dB per octave, peaks near 0.5), the same for every call with the same seed. */
+std::vector<float> pinkNoise (int numSamples, int seed = 1);
+
+/** Mean power of a recording between two frequencies, from averaged Hann-windowed spectra. */
+double bandPower (const std::vector<float>& samples, double sampleRate, double lowHz, double highHz);
+
 /** The longest run of exact zeros. */
 int longestZeroRun (const std::vector<float>& samples);
 

@@ -24,4 +24,13 @@ inline juce::MouseEvent mouseAt (juce::Component& component, juce::Point<float> 
                              &component, &component, juce::Time(), position, juce::Time(), 1, false);
 }
 
+/** Runs xdotool with these arguments: real pointer and key events through the X server. */
+inline bool xdotool (const juce::StringArray& args)
+{
+    juce::StringArray command { "xdotool" };
+    command.addArray (args);
+    juce::ChildProcess process;
+    return process.start (command, 0) && process.waitForProcessToFinish (5000) && process.getExitCode() == 0;
+}
+
 } // namespace MarlodeTest

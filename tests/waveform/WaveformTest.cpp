@@ -123,18 +123,6 @@ TEST_F (WaveformTest, TabDragsNudgesAndClicksOnTheView)
     EXPECT_FALSE (m.isLoopOn()) << "a seek past a running loop's end leaves the loop";
 }
 
-namespace
-{
-// Runs xdotool with these arguments: real pointer and key events through the X server.
-bool xdotool (const juce::StringArray& args)
-{
-    juce::StringArray command { "xdotool" };
-    command.addArray (args);
-    juce::ChildProcess process;
-    return process.start (command, 0) && process.waitForProcessToFinish (5000) && process.getExitCode() == 0;
-}
-}
-
 TEST_F (WaveformTest, CtrlCtrlShiftAndAltOnTheWindowSetTheMarkers)
 {
     MARLODE_REQUIRE_DISPLAY();

@@ -1,0 +1,353 @@
+#include "dsp/ParametricEqualiser.h"
+#include "dsp/MasterGainStage.h"
+
+#include <juce_dsp/juce_dsp.h>
+
+#include <complex>
+
+namespace Marlode
+{
+
+namespace
+{
+    // Low- and high-pass past the Nyquist limit, which a device below 40 kHz reaches at the top of the
+    // frequency range: the framework's design refuses such a corner, so the same bilinear design is
+    // written out here, unclamped, and the response turns as the formula gives.
+    ParametricEqualiser::Coefficients passPastNyquist (bool lowPass, double sampleRate, float frequency)
+    {
+        const auto t = std::tan (juce::MathConstants<float>::pi * frequency / (float) sampleRate);
+        const auto n = lowPass ? 1.0f / t : t;
+        const auto nSquared = n * n;
+        const auto invQ = juce::MathConstants<float>::sqrt2; // 1 / (1 / sqrt 2)
+        const auto c1 = 1.0f / (1.0f + invQ * n + nSquared);
+        const auto a1 = lowPass ? c1 * 2.0f * (1.0f - nSquared) : c1 * 2.0f * (nSquared - 1.0f);
+        return { c1, lowPass ? c1 * 2.0f : c1 * -2.0f, c1, a1, c1 * (1.0f - invQ * n + nSquared) };
+    }
+} // namespace
+
+ParametricEqualiser::ParametricEqualiser (bool applyPan)
+{
+    edited.applyPan = applyPan;
+    for (auto& s : snapshots)
+        s = edited;
+}
+
+//==============================================================================
+std::optional<ParametricEqualiser::Coefficients> ParametricEqualiser::design (const EQBandValues& v, double rate)
+{
+    using Design = juce::dsp::IIR::Coefficients<float>;
+
+    if (rate <= 0.0 || v.filterType < EQBandValues::peak || v.filterType > EQBandValues::highShelf)
+        return std::nullopt;
+
+    const auto nyquist = rate * 0.5;
+    const auto freq = (float) v.freq;
+
+    if (v.freq > nyquist && v.ignoresGain())
+        return passPastNyquist (v.filterType == EQBandValues::lowPass, rate, freq);
+
+    // The peak and shelf designs have no such form here: past the limit they sit at it.
+    const auto f = (float) juce::jmin (v.freq, nyquist);
+    const auto q = (float) v.q;
+    const auto gain = (float) juce::Decibels::decibelsToGain (v.gain);
+
+    Design::Ptr made;
+    switch (v.filterType)
+    {
+        case EQBandValues::peak: made = Design::makePeakFilter (rate, f, q, gain); break;
+        case EQBandValues::lowPass: made = Design::makeLowPass (rate, f); break;
+        case EQBandValues::highPass: made = Design::makeHighPass (rate, f); break;
+        case EQBandValues::lowShelf: made = Design::makeLowShelf (rate, f, q, gain); break;
+        default: made = Design::makeHighShelf (rate, f, q, gain); break;
+    }
+
+    Coefficients c {};
+    std::copy_n (made->coefficients.begin(), c.size(), c.begin());
+    return c;
+}
+
+double ParametricEqualiser::magnitude (const Coefficients& c, double frequency, double rate) noexcept
+{
+    const auto jw = std::polar (1.0, -juce::MathConstants<double>::twoPi * frequency / rate);
+    const auto numerator = (double) c[0] + jw * ((double) c[1] + jw * (double) c[2]);
+    const auto denominator = 1.0 + jw * ((double) c[3] + jw * (double) c[4]);
+    return std::abs (numerator / denominator);
+}
+
+//==============================================================================
+void ParametricEqualiser::prepare (double rate, int maximumBlockSize, int numChannels)
+{
+    const std::scoped_lock lock (writerLock);
+
+    if (rate > 0.0)
+    {
+        sampleRate.store (rate, std::memory_order_relaxed);
+        for (auto& b : bands)
+            redesign (b);
+        publish();
+    }
+
+    for (auto& band : filterState)
+        for (auto& channel : band)
+            channel = {};
+
+    spectrum.prepare (getSampleRate(), maximumBlockSize);
+    juce::ignoreUnused (numChannels);
+}
+
+void ParametricEqualiser::redesign (Band& b) const
+{
+    if (auto c = design (b.values, getSampleRate()))
+        b.published.coefficients = *c;
+    b.published.on = b.values.on;
+}
+
+void ParametricEqualiser::publish()
+{
+    edited.numBands = (int) bands.size();
+    for (size_t i = 0; i < bands.size(); ++i)
+        edited.bands[i] = bands[i].published;
+
+    snapshots[(size_t) back] = edited;
+    back = middle.exchange (back | freshFlag, std::memory_order_acq_rel) & ~freshFlag;
+}
+
+bool ParametricEqualiser::addBand (const EQBandValues& values)
+{
+    const std::scoped_lock lock (writerLock);
+
+    if ((int) bands.size() >= maxBands)
+        return false;
+
+    // A slot no present band uses; the new generation tells the block to rest its memory.
+    std::array<bool, maxBands> used {};
+    for (auto& b : bands)
+        used[(size_t) b.published.stateSlot] = true;
+
+    Band band;
+    band.values = values;
+    band.published.stateSlot = (int) (std::find (used.begin(), used.end(), false) - used.begin());
+    band.published.generation = nextGeneration++;
+    redesign (band);
+    bands.push_back (band);
+    publish();
+    return true;
+}
+
+void ParametricEqualiser::removeBand (int index)
+{
+    const std::scoped_lock lock (writerLock);
+
+    if (juce::isPositiveAndBelow (index, (int) bands.size()))
+    {
+        bands.erase (bands.begin() + index);
+        publish();
+    }
+}
+
+void ParametricEqualiser::removeAllBands()
+{
+    const std::scoped_lock lock (writerLock);
+    bands.clear();
+    publish();
+}
+
+void ParametricEqualiser::setBand (int index, const EQBandValues& values)
+{
+    const std::scoped_lock lock (writerLock);
+
+    if (! juce::isPositiveAndBelow (index, (int) bands.size()))
+        return;
+
+    auto& b = bands[(size_t) index];
+    b.values = values;
+    redesign (b);
+    publish();
+}
+
+int ParametricEqualiser::getNumBands() const
+{
+    const std::scoped_lock lock (writerLock);
+    return (int) bands.size();
+}
+
+EQBandValues ParametricEqualiser::getBand (int index) const
+{
+    const std::scoped_lock lock (writerLock);
+    return juce::isPositiveAndBelow (index, (int) bands.size()) ? bands[(size_t) index].values : EQBandValues {};
+}
+
+ParametricEqualiser::Coefficients ParametricEqualiser::getCoefficients (int index) const
+{
+    const std::scoped_lock lock (writerLock);
+    return juce::isPositiveAndBelow (index, (int) bands.size()) ? bands[(size_t) index].published.coefficients
+                                                                : PublishedBand {}.coefficients;
+}
+
+template <typename Change>
+void ParametricEqualiser::editOutput (Change&& change)
+{
+    const std::scoped_lock lock (writerLock);
+    change (edited);
+    publish();
+}
+
+template <typename Value>
+Value ParametricEqualiser::readOutput (Value Snapshot::*field) const
+{
+    const std::scoped_lock lock (writerLock);
+    return edited.*field;
+}
+
+void ParametricEqualiser::setBandsOn (bool on)
+{
+    editOutput ([on] (Snapshot& s) { s.bandsOn = on; });
+}
+
+bool ParametricEqualiser::areBandsOn() const
+{
+    return readOutput (&Snapshot::bandsOn);
+}
+
+void ParametricEqualiser::setOutputGain (float linearGain)
+{
+    editOutput ([linearGain] (Snapshot& s) { s.outputGain = linearGain; });
+}
+
+float ParametricEqualiser::getOutputGain() const
+{
+    return readOutput (&Snapshot::outputGain);
+}
+
+void ParametricEqualiser::setPanFromSlider (double value)
+{
+    const auto balance = MasterGainStage::balanceFor (value);
+    editOutput (
+        [balance] (Snapshot& s)
+        {
+            s.pan = balance.pan;
+            s.panLeft = balance.left;
+            s.panRight = balance.right;
+        });
+}
+
+double ParametricEqualiser::getPan() const
+{
+    return readOutput (&Snapshot::pan);
+}
+
+void ParametricEqualiser::setOutputStage (bool stageOn, bool gainTakesPart)
+{
+    editOutput (
+        [=] (Snapshot& s)
+        {
+            s.outputStageOn = stageOn;
+            s.applyGain = gainTakesPart;
+        });
+}
+
+double ParametricEqualiser::responseDb (double frequency) const
+{
+    const std::scoped_lock lock (writerLock);
+    const auto rate = getSampleRate();
+    double m = 1.0;
+
+    for (auto& b : bands)
+        if (b.values.on)
+            m *= magnitude (b.published.coefficients, frequency, rate);
+
+    return m > 0.0 ? juce::jmax (-100.0, 20.0 * std::log10 (m)) : -100.0;
+}
+
+//==============================================================================
+void ParametricEqualiser::process (const juce::AudioSourceChannelInfo& info) noexcept
+{
+    auto* buffer = info.buffer;
+    if (buffer == nullptr)
+        return;
+
+    if ((middle.load (std::memory_order_relaxed) & freshFlag) != 0)
+        front = middle.exchange (front, std::memory_order_acq_rel) & ~freshFlag;
+
+    const auto& s = snapshots[(size_t) front];
+    const auto channels = buffer->getNumChannels();
+    const auto n = info.numSamples;
+
+    if (s.bandsOn)
+    {
+        buffer->setNotClear();
+
+        for (int i = 0; i < s.numBands && channels > 0; ++i)
+        {
+            const auto& band = s.bands[(size_t) i];
+            if (! band.on)
+                continue;
+
+            auto& state = filterState[(size_t) band.stateSlot];
+            if (stateOwner[(size_t) band.stateSlot] != band.generation)
+            {
+                stateOwner[(size_t) band.stateSlot] = band.generation;
+                for (auto& channel : state)
+                    channel = {};
+            }
+
+            const auto [b0, b1, b2, a1, a2] = band.coefficients;
+
+            for (int ch = 0; ch < juce::jmin (channels, maxChannels); ++ch)
+            {
+                auto* x = buffer->getWritePointer (ch, info.startSample);
+                auto lv1 = state[(size_t) ch][0], lv2 = state[(size_t) ch][1];
+
+                // Transposed direct form II, as the framework's own filter computes it.
+                for (int k = 0; k < n; ++k)
+                {
+                    const auto input = x[k];
+                    const auto output = input * b0 + lv1;
+                    x[k] = output;
+                    lv1 = input * b1 - output * a1 + lv2;
+                    lv2 = input * b2 - output * a2;
+                }
+
+                juce::dsp::util::snapToZero (lv1);
+                juce::dsp::util::snapToZero (lv2);
+                state[(size_t) ch] = { lv1, lv2 };
+            }
+        }
+    }
+
+    if (s.outputStageOn && ! (s.outputGain == 1.0f && s.pan == 0.0))
+    {
+        const bool clear = buffer->hasBeenCleared();
+
+        if (channels != 2)
+        {
+            if (s.applyGain && ! clear)
+                for (int ch = 0; ch < channels; ++ch)
+                    juce::FloatVectorOperations::multiply (buffer->getWritePointer (ch, info.startSample), s.outputGain, n);
+        }
+        else
+        {
+            for (int ch = 0; ch < 2; ++ch)
+            {
+                const auto side = (float) (ch == 0 ? s.panLeft : s.panRight);
+                auto factor = lastFactor.load (std::memory_order_relaxed);
+
+                if (s.applyGain && s.applyPan)
+                    factor = s.outputGain * side;
+                else if (s.applyGain)
+                    factor = s.outputGain;
+                else if (s.applyPan)
+                    factor = side;
+
+                lastFactor.store (factor, std::memory_order_relaxed);
+                if (! clear)
+                    juce::FloatVectorOperations::multiply (buffer->getWritePointer (ch, info.startSample), factor, n);
+            }
+        }
+    }
+
+    if (spectrumWanted.load (std::memory_order_relaxed))
+        spectrum.push (info);
+}
+
+} // namespace Marlode
