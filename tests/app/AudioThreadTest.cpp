@@ -191,7 +191,7 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     pumpMessages (400);
 
     // Everything a user does while it plays: seek, loop wrap on the audio thread, volume, pan,
-    // mute, pause and resume.
+    // equalisers, mute, pause and resume.
     deck->engine.transport.setPosition (3.0);
     pumpMessages (200);
     deck->engine.markers.setLoopStart (1.0);
@@ -202,6 +202,19 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     app.volumeAndPan.volumeSlider.setValue (0.5, juce::sendNotificationSync);
     app.volumeAndPan.panSlider.setValue (-30.0, juce::sendNotificationSync);
     pumpMessages (200);
+    // Equaliser bands added, retuned and removed on the deck and the master, spectrum taps on.
+    for (auto* eq : { &deck->deckEQ, &app.masterEQ })
+    {
+        eq->equaliser.setSpectrumWanted (true);
+        eq->addBandButtonClicked();
+        eq->addBandButtonClicked();
+        eq->getBand (0).filterTypeCombo.setSelectedId (EQBandValues::highPass, juce::sendNotificationSync);
+        eq->getBand (1).gainSlider.setValue (3.0, juce::sendNotificationSync);
+        eq->outputGainSlider.setValue (-1.0, juce::sendNotificationSync);
+        pumpMessages (150);
+        eq->deleteVisibleBand();
+        eq->outputGainSlider.setValue (0.0, juce::sendNotificationSync);
+    }
     app.volumeAndPan.muteButton.setToggleState (true, juce::sendNotificationSync);
     pumpMessages (100);
     app.volumeAndPan.muteButton.setToggleState (false, juce::sendNotificationSync);
