@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/panels/MonoComponent.h"
 #include "ui/DesktopWindowComponent.h"
 
 namespace Marlode
@@ -7,15 +8,29 @@ namespace Marlode
 
 //==============================================================================
 /**
-    The deck's effects panel: time stretch, mono / mid-side / crossover and the limiter. The
-    processing is the deck engine's; this panel will edit it. Message thread.
+    The deck's effects panel: the time and pitch section, the mono / crossover / mid-side section
+    and the limiter, side by side or stacked. It stands in the deck's upper panel under "FX" and
+    owns the stages the deck's engine runs after its equaliser. Message thread.
 */
 class DeckFXWindow : public DesktopWindowComponent
 {
 public:
-    DeckFXWindow();
+    /** The time section belongs to the deck (it drives the deck's stretcher); it may be null. */
+    explicit DeckFXWindow (juce::Component* timeSection);
+
+    /** "Horizontal" (side by side) or "Vertical" (stacked). */
+    void setLandscape (bool landscape);
+    [[nodiscard]] bool isLandscape() const { return layoutBox.getSelectedId() != 2; }
+
+    MonoComponent mono;
+    juce::ComboBox layoutBox;
+
+protected:
+    void layoutContent() override;
 
 private:
+    juce::Component* timeSection;
+
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (DeckFXWindow)
 };
 

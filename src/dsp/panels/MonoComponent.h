@@ -1,0 +1,44 @@
+#pragma once
+
+#include "dsp/DeckEffects.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+namespace Marlode
+{
+
+//==============================================================================
+/**
+    The "MONO" section of a deck's effects: plain mono, the crossover with its frequency and
+    solos, or mid/side with solos and gains. It owns the stage the deck runs and keeps the modes
+    apart: crossover and mid/side exclude each other, as do each pair of solos, and the controls
+    of a mode not in use are dimmed. Message thread.
+*/
+class MonoComponent : public juce::Component
+{
+public:
+    MonoComponent();
+
+    void resized() override;
+    void paint (juce::Graphics&) override;
+
+    DeckEffects effects;
+
+    juce::TextButton monoButton { "MONO" }, xOverButton { "X-Over" }, soloHighButton { "High" }, soloLowButton { "Low" },
+        midSideButton { "Mid/Side" }, midSoloButton { "Mid" }, sideSoloButton { "Side" };
+    juce::Slider xOverFreqSlider, midGainSlider, sideGainSlider;
+
+    /** Opacity of a control its mode doesn't use. */
+    static constexpr float dimmed = 0.25f;
+
+private:
+    void exclude (juce::Button& switchedOn, juce::Button& other, juce::NotificationType);
+    void updateStage();
+    void updateDimming();
+
+    juce::Label xOverFreqLabel { {}, "X-Over Freq" }, midGainLabel { {}, "Mid Gain" }, sideGainLabel { {}, "Side Gain" };
+
+    JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (MonoComponent)
+};
+
+} // namespace Marlode
