@@ -4,28 +4,12 @@
 namespace Marlode
 {
 
-namespace
-{
-    void setUpBar (juce::Slider& s, double min, double max, double step, const juce::String& suffix)
-    {
-        s.setSliderStyle (juce::Slider::LinearBar);
-        s.setTextBoxStyle (juce::Slider::TextBoxAbove, false, 75, 25);
-        s.setRange (min, max, step);
-        s.setTextValueSuffix (suffix);
-        s.setColour (juce::Slider::backgroundColourId, sliderBackColour);
-        s.setColour (juce::Slider::trackColourId, midGreyColour);
-    }
-} // namespace
-
 EQBand::EQBand (const EQBandValues* values)
 {
     const EQBandValues start = values != nullptr ? *values : EQBandValues {};
     frequencyIsSet = values != nullptr;
 
-    setUpBar (frequencySlider, 20.0, 20000.0, 1.0, " Hz");
     frequencySlider.setSkewFactorFromMidPoint (2000.0);
-    setUpBar (gainSlider, -24.0, 24.0, 0.1, " dB");
-    setUpBar (qSlider, 0.1, 25.0, 0.001, {});
     qSlider.setSkewFactorFromMidPoint (1.0);
     qSlider.setNumDecimalPlacesToDisplay (3);
 

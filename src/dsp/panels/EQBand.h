@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/EQBandValues.h"
+#include "ui/ValueBarSlider.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
@@ -37,7 +38,8 @@ public:
     // What the editor hears: any value changed; the on switch changed; delete asked for.
     std::function<void()> onValuesChanged, onOnStateChanged, onDeleteClicked;
 
-    juce::Slider frequencySlider, gainSlider, qSlider;
+    Slider::ValueBarSlider frequencySlider { 20.0, 20000.0, 1.0, " Hz" }, gainSlider { -24.0, 24.0, 0.1, " dB" },
+        qSlider { 0.1, 25.0, 0.001 };
     juce::ComboBox filterTypeCombo, slopeCombo;
     juce::TextButton onButton, deleteButton { "-" };
 

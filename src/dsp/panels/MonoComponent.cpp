@@ -6,21 +6,12 @@ namespace Marlode
 
 MonoComponent::MonoComponent()
 {
-    xOverFreqSlider.setRange (20.0, 20000.0, 1.0);
     xOverFreqSlider.setSkewFactorFromMidPoint (2000.0);
-    xOverFreqSlider.setTextValueSuffix (" Hz");
     xOverFreqSlider.setValue (100.0, juce::dontSendNotification);
     for (auto* s : { &midGainSlider, &sideGainSlider })
-    {
-        s->setRange (0.0, 1.0, 0.001);
         s->setValue (1.0, juce::dontSendNotification);
-    }
     for (auto* s : { &xOverFreqSlider, &midGainSlider, &sideGainSlider })
     {
-        s->setSliderStyle (juce::Slider::LinearBar);
-        s->setTextBoxStyle (juce::Slider::TextBoxAbove, false, 80, 25);
-        s->setColour (juce::Slider::backgroundColourId, sliderBackColour);
-        s->setColour (juce::Slider::trackColourId, midGreyColour);
         s->onValueChange = [this] { updateStage(); };
         addAndMakeVisible (s);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/DeckEffects.h"
+#include "ui/ValueBarSlider.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
@@ -26,7 +27,8 @@ public:
 
     juce::TextButton monoButton { "MONO" }, xOverButton { "X-Over" }, soloHighButton { "High" }, soloLowButton { "Low" },
         midSideButton { "Mid/Side" }, midSoloButton { "Mid" }, sideSoloButton { "Side" };
-    juce::Slider xOverFreqSlider, midGainSlider, sideGainSlider;
+    Slider::ValueBarSlider xOverFreqSlider { 20.0, 20000.0, 1.0, " Hz" }, midGainSlider { 0.0, 1.0, 0.001 },
+        sideGainSlider { 0.0, 1.0, 0.001 };
 
     /** Opacity of a control its mode doesn't use. */
     static constexpr float dimmed = 0.25f;
