@@ -41,7 +41,7 @@ void LimiterProcessor::showReduction (double blockMinGain, int numSamples) noexc
         return;
 
     if (x < shown)
-        x = std::max (x, shown - (float) (maxReductionDb * numSamples / (displayFallSeconds * sampleRate)));
+        x = std::max (x, shown - (float) (maxReductionDb * numSamples / (displayFallTime * sampleRate)));
 
     reductionDb.store (x, std::memory_order_relaxed);
     updated.store (true, std::memory_order_release);

@@ -21,7 +21,7 @@ class LimiterProcessor : public BlockProcessor
 {
 public:
     static constexpr float maxReductionDb = 24.0f;
-    static constexpr double displayFallSeconds = 1.0; // for the whole of maxReductionDb
+    static constexpr double displayFallTime = 1.0; // seconds to fall the whole of maxReductionDb
 
     LimiterProcessor() = default;
 
@@ -40,7 +40,7 @@ public:
 
     //==============================================================================
     /** The displayed reduction, 0 to maxReductionDb: rises at once, falls by maxReductionDb per
-        displayFallSeconds at most. */
+        displayFallTime at most. */
     [[nodiscard]] float getReductionDb() const noexcept { return reductionDb.load (std::memory_order_relaxed); }
 
     /** True once per change of the reduction: the panel's get-and-clear. */

@@ -34,8 +34,7 @@ LimiterComponent::LimiterComponent (std::function<bool()> deckIsPlaying) : deckP
     onButton.onClick = [this] { switchedOnOrOff(); };
     addAndMakeVisible (onButton);
 
-    for (auto* c : std::initializer_list<juce::Component*> { &inputLabel, &thresholdLabel, &releaseLabel, &outputLabel,
-                                                             &inputSlider, &thresholdSlider, &releaseSlider, &outputSlider })
+    for (auto* c : dimmableControls())
         addAndMakeVisible (c);
 
     mask.setFill (sliderBackColour);
@@ -49,13 +48,18 @@ LimiterComponent::LimiterComponent (std::function<bool()> deckIsPlaying) : deckP
 LimiterComponent::~LimiterComponent() = default;
 
 //==============================================================================
+std::array<juce::Component*, 8> LimiterComponent::dimmableControls()
+{
+    return { &inputLabel,  &thresholdLabel,  &releaseLabel,  &outputLabel,
+             &inputSlider, &thresholdSlider, &releaseSlider, &outputSlider };
+}
+
 void LimiterComponent::switchedOnOrOff()
 {
     const auto on = onButton.getToggleState();
     limiter.setLimiterOn (on);
 
-    for (auto* c : std::initializer_list<juce::Component*> { &inputLabel, &thresholdLabel, &releaseLabel, &outputLabel,
-                                                             &inputSlider, &thresholdSlider, &releaseSlider, &outputSlider })
+    for (auto* c : dimmableControls())
         c->setAlpha (on ? 1.0f : dimmedAlpha);
 
     repaint();

@@ -6,6 +6,7 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#include <array>
 #include <functional>
 
 namespace Marlode
@@ -44,6 +45,7 @@ public:
     Slider::HorizontalSlider thresholdSlider, releaseSlider, outputSlider;
 
 private:
+    std::array<juce::Component*, 8> dimmableControls();
     void switchedOnOrOff();
     void showReduction (float dB);
 
