@@ -25,6 +25,7 @@ const Comparison comparisons[] = {
     { "AddFiles2000", "OpenReaders2000", "seconds" },
     { "OpenPlaylist2000", "OpenReaders2000", "seconds" },
     { "EightBandEqualiser", "EightJuceIIRFilters", "realtime_factor" },
+    { "PeakLimiterStereo", "NaiveWindowScanLimiter", "realtime_factor" },
 };
 
 class RatioReporter : public benchmark::ConsoleReporter

@@ -1,0 +1,24 @@
+#include "dsp/ChannelDelay.h"
+
+#include <juce_core/juce_core.h>
+
+namespace Marlode
+{
+
+void ChannelDelay::prepare (int delaySamples)
+{
+    delay = juce::jmax (0, delaySamples);
+    ring.assign ((size_t) juce::nextPowerOfTwo (delay + 3), 0.0f);
+    mask = (int) ring.size() - 1;
+    writeIndex = 0;
+}
+
+float ChannelDelay::process (float input) noexcept
+{
+    ring[(size_t) writeIndex] = input;
+    const auto out = ring[(size_t) ((writeIndex - delay) & mask)];
+    writeIndex = (writeIndex + 1) & mask;
+    return out;
+}
+
+} // namespace Marlode
