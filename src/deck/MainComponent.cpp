@@ -80,7 +80,7 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
                                    static_cast<TimerRelayListener*> (&outputMeter), static_cast<TimerRelayListener*> (&deckEQ) })
         relayListeners.add (l);
 
-    engine.setStages (&deckEQ.equaliser, &deckFX.mono.effects, nullptr);
+    engine.setStages (&deckEQ.equaliser, &deckFX.mono.effects, &deckFX.limiter.limiter);
 
     showPanel (Panel::playlist);
 }

@@ -101,7 +101,7 @@ public:
     juce::TextButton playlistButton { "Playlist" }, deckEQButton { "Deck EQ" }, fxButton { "FX" }, analysisButton { "Analysis" },
         clearButton { "Clear" };
     EQComponent deckEQ { &deckEQButton, true }; // after its button, which shows whether it is active
-    DeckFXWindow deckFX { nullptr };
+    DeckFXWindow deckFX { nullptr, [this] { return engine.isPlaying(); } };
     VerticalResizeBar resizeBar;
     TransportComponent transport;
     TrackNameLabel trackName;

@@ -3,8 +3,8 @@
 namespace Marlode
 {
 
-DeckFXWindow::DeckFXWindow (juce::Component* time)
-    : DesktopWindowComponent ("FX", { 0, 0, 1000, 290 }, nullptr), timeSection (time)
+DeckFXWindow::DeckFXWindow (juce::Component* time, std::function<bool()> deckIsPlaying)
+    : DesktopWindowComponent ("FX", { 0, 0, 1000, 290 }, nullptr), limiter (std::move (deckIsPlaying)), timeSection (time)
 {
     // It lives inside the deck's upper panel, under the deck's own panel buttons.
     hasTitleBar = false;
@@ -17,6 +17,7 @@ DeckFXWindow::DeckFXWindow (juce::Component* time)
     if (timeSection != nullptr)
         addAndMakeVisible (timeSection);
     addAndMakeVisible (mono);
+    addAndMakeVisible (limiter);
 }
 
 void DeckFXWindow::setLandscape (bool landscape)
@@ -30,7 +31,7 @@ void DeckFXWindow::layoutContent()
     layoutBox.setBounds (area.removeFromTop (juce::jmin (area.getHeight(), 35)).withSizeKeepingCentre (100, 25));
 
     juce::Array<juce::Component*> sections;
-    for (auto* c : { timeSection, static_cast<juce::Component*> (&mono) })
+    for (auto* c : { timeSection, static_cast<juce::Component*> (&mono), static_cast<juce::Component*> (&limiter) })
         if (c != nullptr)
             sections.add (c);
 

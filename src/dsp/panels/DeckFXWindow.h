@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dsp/panels/LimiterComponent.h"
 #include "dsp/panels/MonoComponent.h"
 #include "ui/DesktopWindowComponent.h"
 
@@ -15,14 +16,16 @@ namespace Marlode
 class DeckFXWindow : public DesktopWindowComponent
 {
 public:
-    /** The time section belongs to the deck (it drives the deck's stretcher); it may be null. */
-    explicit DeckFXWindow (juce::Component* timeSection);
+    /** The time section belongs to the deck (it drives the deck's stretcher); it may be null.
+        The limiter's display asks whether the deck plays. */
+    DeckFXWindow (juce::Component* timeSection, std::function<bool()> deckIsPlaying);
 
     /** "Horizontal" (side by side) or "Vertical" (stacked). */
     void setLandscape (bool landscape);
     [[nodiscard]] bool isLandscape() const { return layoutBox.getSelectedId() != 2; }
 
     MonoComponent mono;
+    LimiterComponent limiter;
     juce::ComboBox layoutBox;
 
 protected:
