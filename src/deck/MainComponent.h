@@ -9,6 +9,7 @@
 #include "deck/VerticalResizeBar.h"
 #include "dsp/panels/DeckFXWindow.h"
 #include "dsp/panels/EQComponent.h"
+#include "dsp/panels/TimeStretchComponent.h"
 #include "dsp/panels/LevelMeter.h"
 #include "dsp/panels/LevelMeterSettingsComponent.h"
 #include "ui/TimerRelayBroadcaster.h"
@@ -102,6 +103,7 @@ public:
         clearButton { "Clear" };
     EQComponent deckEQ { &deckEQButton, true }; // after its button, which shows whether it is active
     DeckFXWindow deckFX;
+    TimeStretchComponent timeStretch { engine.timeStretchOn };
     VerticalResizeBar resizeBar;
     TransportComponent transport;
     TrackNameLabel trackName;
