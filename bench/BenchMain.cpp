@@ -26,6 +26,8 @@ const Comparison comparisons[] = {
     { "OpenPlaylist2000", "OpenReaders2000", "seconds" },
     { "EightBandEqualiser", "EightJuceIIRFilters", "realtime_factor" },
     { "PeakLimiterStereo", "NaiveWindowScanLimiter", "realtime_factor" },
+    { "TimeStretcherAt1", "RubberBandAt1", "realtime_factor" },
+    { "TimeStretcherAt1_5", "RubberBandAt1_5", "realtime_factor" },
 };
 
 class RatioReporter : public benchmark::ConsoleReporter

@@ -81,12 +81,14 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
         relayListeners.add (l);
 
     engine.setStages (&deckEQ.equaliser, &deckFX.mono.effects, &deckFX.limiter.limiter);
+    engine.setStretcher (&timeStretch.stretcher);
 
     showPanel (Panel::playlist);
 }
 
 MainComponent::~MainComponent()
 {
+    engine.setStretcher (nullptr);
     engine.setStages (nullptr, nullptr, nullptr);
     trackDeck.removeListener (this);
     playlist.removeListener (this);

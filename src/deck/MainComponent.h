@@ -9,6 +9,7 @@
 #include "deck/VerticalResizeBar.h"
 #include "dsp/panels/DeckFXWindow.h"
 #include "dsp/panels/EQComponent.h"
+#include "dsp/panels/TimeStretchComponent.h"
 #include "dsp/panels/LevelMeter.h"
 #include "dsp/panels/LevelMeterSettingsComponent.h"
 #include "ui/TimerRelayBroadcaster.h"
@@ -100,8 +101,9 @@ public:
         outputMeter { "out", engine.outputMeter, [this] { return engine.isPlaying(); } };
     juce::TextButton playlistButton { "Playlist" }, deckEQButton { "Deck EQ" }, fxButton { "FX" }, analysisButton { "Analysis" },
         clearButton { "Clear" };
-    EQComponent deckEQ { &deckEQButton, true }; // after its button, which shows whether it is active
-    DeckFXWindow deckFX { nullptr, [this] { return engine.isPlaying(); } };
+    EQComponent deckEQ { &deckEQButton, true };                // after its button, which shows whether it is active
+    TimeStretchComponent timeStretch { engine.timeStretchOn }; // before the effects panel, which shows it
+    DeckFXWindow deckFX { &timeStretch, [this] { return engine.isPlaying(); } };
     VerticalResizeBar resizeBar;
     TransportComponent transport;
     TrackNameLabel trackName;

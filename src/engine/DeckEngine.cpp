@@ -1,7 +1,5 @@
 #include "engine/DeckEngine.h"
 
-#include <rubberband/RubberBandStretcher.h>
-
 namespace Marlode
 {
 
@@ -22,6 +20,14 @@ void DeckEngine::prepare (int blockSize, double sampleRate)
     for (auto& stage : stages)
         if (auto* s = stage.load())
             s->prepare (sampleRate, blockSize, numChannels);
+
+    if (auto* s = stretcher.load())
+        s->prepare (blockSize, numChannels, sampleRate);
+}
+
+void DeckEngine::setStretcher (TimeStretcher* s) noexcept
+{
+    stretcher = s;
 }
 
 void DeckEngine::setStages (BlockProcessor* equaliser, BlockProcessor* effects, BlockProcessor* limiter) noexcept
@@ -89,23 +95,8 @@ void DeckEngine::pull (const juce::AudioSourceChannelInfo& info) noexcept
         return;
     }
 
-    if (stretcher == nullptr)
-    {
-        info.clearActiveBufferRegion();
-        return;
-    }
-
-    auto* const* channels = info.buffer->getArrayOfWritePointers();
-
-    // The block's own buffer is the scratch space for the source audio.
-    while (stretcher->available() < info.numSamples)
-    {
-        transport.getNextAudioBlock (info);
-        stretcher->process (channels, (size_t) info.numSamples, false);
-    }
-
-    if (stretcher->available() != 0)
-        stretcher->retrieve (channels, (size_t) info.numSamples);
+    if (auto* s = stretcher.load (std::memory_order_relaxed))
+        s->pull (transport, info);
     else
         info.clearActiveBufferRegion();
 }

@@ -2,18 +2,13 @@
 
 #include "dsp/LevelMeterProcessor.h"
 #include "dsp/BlockProcessor.h"
+#include "dsp/TimeStretcher.h"
 #include "engine/MarkerModel.h"
 #include "engine/TrackTransport.h"
 #include "engine/TransportState.h"
 
 #include <array>
 #include <atomic>
-#include <memory>
-
-namespace RubberBand
-{
-class RubberBandStretcher;
-}
 
 namespace Marlode
 {
@@ -64,6 +59,11 @@ public:
         run, in this order after the input meter, and only while the deck plays. Not owned. */
     void setStages (BlockProcessor* equaliser, BlockProcessor* effects, BlockProcessor* limiter) noexcept;
 
+    /** Message thread, before the device runs or while no block does: the stretcher the block
+        pulls through while timeStretchOn is on, prepared here with the deck's block size,
+        channels and rate. Not owned; null plays silence with the switch on. */
+    void setStretcher (TimeStretcher* s) noexcept;
+
     /** The stretcher's switch: the message thread writes, the block reads. With it on and a
         stretcher made, the block pulls the transport through the stretcher. */
     std::atomic<bool> timeStretchOn { false };
@@ -86,8 +86,8 @@ private:
     // The message thread sets them while no block runs; the audio thread reads them.
     std::array<std::atomic<BlockProcessor*>, 3> stages {};
 
-    // Made by the time stretch controls; null until then. The audio thread reads the pointer.
-    std::unique_ptr<RubberBand::RubberBandStretcher> stretcher;
+    // The message thread sets it while no block runs; the audio thread reads it.
+    std::atomic<TimeStretcher*> stretcher { nullptr };
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (DeckEngine)
 };

@@ -3,6 +3,7 @@
 #include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
+#include <rubberband/RubberBandStretcher.h>
 
 using namespace Marlode;
 using namespace MarlodeTest;
@@ -157,6 +158,85 @@ TEST (DeckEngine, StagesRunInOrderOnlyWhilePlayingAndWithoutATrackTheBlockIsSile
     stale = level (0.9f, block);
     e.process (juce::AudioSourceChannelInfo (&stale, 0, block));
     EXPECT_EQ (stale.getMagnitude (0, block), 0.0f);
+}
+
+struct Stretch
+{
+    double timeRatio, pitchScale, heardHz;
+};
+
+class DeckEngineStretch : public ::testing::TestWithParam<Stretch>
+{
+};
+
+TEST_P (DeckEngineStretch, AFileOfA1kHzToneLastsAndSoundsAsTheStretcherIsToldAtDevicePace)
+{
+    const auto [timeRatio, pitchScale, heardHz] = GetParam();
+    const int length = (int) rate * 4;
+    TempFolder folder;
+    const auto wav = writeWav (folder.file ("tone.wav"), rate, 2, length,
+                               [] (int, int i)
+                               { return 0.5f * (float) std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate); });
+    Deck deck (readAll (wav));
+    auto& e = deck.engine;
+    TimeStretcher stretcher;
+    stretcher.setTimeRatio (timeRatio);
+    stretcher.setPitchScale (pitchScale);
+    e.setStretcher (&stretcher);
+    e.prepare (block, rate);
+    e.timeStretchOn = true;
+    ASSERT_TRUE (pumpUntil ([&] { return e.transport.getNumBufferedSamples() > 16384; }, 3000));
+    deck.play();
+
+    // Blocks at about a device's pace until the whole file has been read.
+    std::vector<float> heard;
+    const int limit = (int) (2.0 * length * timeRatio / block) + 100;
+    juce::AudioBuffer<float> out (2, block);
+    while (e.transport.getNextReadPosition() < e.transport.getTotalLength() && (int) heard.size() < limit * block)
+    {
+        juce::Thread::sleep (8);
+        e.process (juce::AudioSourceChannelInfo (&out, 0, block));
+        heard.insert (heard.end(), out.getReadPointer (0), out.getReadPointer (0) + block);
+    }
+
+    const double expected = length * timeRatio;
+    EXPECT_NEAR ((double) heard.size(), expected, 0.06 * expected) << "samples heard for the whole file";
+
+    const std::vector<float> middle (heard.begin() + (long) heard.size() / 4, heard.end() - (long) heard.size() / 4);
+    const double other = heardHz == 1000.0 ? 2000.0 : 1000.0;
+    const double tone = bandPower (middle, rate, heardHz - 60.0, heardHz + 60.0);
+    EXPECT_GT (tone, 1000.0 * bandPower (middle, rate, other - 60.0, other + 60.0));
+    EXPECT_GT (tone, 1000.0 * bandPower (middle, rate, heardHz * 1.5 - 60.0, heardHz * 1.5 + 60.0));
+    EXPECT_EQ (longestZeroRun (middle), 0);
+    e.setStretcher (nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P (Stretches, DeckEngineStretch,
+                          ::testing::Values (Stretch { 0.5, 1.0, 1000.0 }, Stretch { 1.0, 2.0, 2000.0 },
+                                             Stretch { 1.5, 1.0, 1000.0 }));
+
+TEST (DeckEngine, ADeviceRateChangeRebuildsTheStretcherWithItsRatios)
+{
+    Deck deck (ramp (44100 * 2));
+    auto& e = deck.engine;
+    TimeStretcher stretcher;
+    e.setStretcher (&stretcher);
+    e.prepare (block, rate);
+    stretcher.setTimeRatio (0.5);
+    stretcher.setPitchScale (1.5);
+    e.timeStretchOn = true;
+    ASSERT_TRUE (pumpUntil ([&] { return e.transport.getNumBufferedSamples() > 4096; }, 3000));
+    deck.play();
+    run ([&] (const auto& info) { e.process (info); }, 20);
+    ASSERT_GT (stretcher.getStretcher()->available(), 0);
+
+    e.prepare (block, 48000.0);
+    auto* rebuilt = stretcher.getStretcher();
+    EXPECT_EQ (rebuilt->available(), 0) << "a new stretcher holds no audio";
+    EXPECT_EQ (rebuilt->getChannelCount(), (size_t) DeckEngine::numChannels);
+    EXPECT_EQ (rebuilt->getTimeRatio(), 0.5);
+    EXPECT_EQ (rebuilt->getPitchScale(), 1.5);
+    e.setStretcher (nullptr);
 }
 
 TEST (MasterEngine, OneDeckPerBlockHandsOverUntilTheStopLandsThenTheMasterStages)
