@@ -79,9 +79,36 @@ void TimeStretcher::prepare (int samplesPerBlock, int channels, double sampleRat
     stretcher.reset();
     stretcher = std::make_unique<RB> ((size_t) sampleRate, (size_t) numChannels, flags, 1.0, 1.0);
     stretcher->setMaxProcessSize ((size_t) maxBlock);
+    warmUp();
 
     appliedTimeRatio = appliedPitchScale = 1.0;
     applyChanges();
+}
+
+void TimeStretcher::warmUp()
+{
+    // The library grows its buffers and windows the first time a ratio needs them, and it would
+    // do so on the audio thread. So the extremes it can be given are run through here, on silence,
+    // and the library is reset with everything already allocated.
+    juce::AudioBuffer<float> silence (numChannels, maxBlock);
+    silence.clear();
+    for (auto [ratio, scale] :
+         { std::pair (maximumTimeRatio, maximumPitchScale), std::pair (minimumTimeRatio, minimumPitchScale),
+           std::pair (maximumTimeRatio, minimumPitchScale), std::pair (minimumTimeRatio, maximumPitchScale) })
+    {
+        stretcher->setTimeRatio (ratio);
+        stretcher->setPitchScale (scale);
+        for (int i = 0; i < 16; ++i)
+        {
+            stretcher->process (silence.getArrayOfReadPointers(), (size_t) maxBlock, false);
+            while (stretcher->available() > 0)
+                stretcher->retrieve (silence.getArrayOfWritePointers(), (size_t) juce::jmin (stretcher->available(), maxBlock));
+        }
+    }
+
+    stretcher->reset();
+    stretcher->setTimeRatio (1.0);
+    stretcher->setPitchScale (1.0);
 }
 
 void TimeStretcher::applyChanges() noexcept

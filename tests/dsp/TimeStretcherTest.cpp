@@ -55,7 +55,13 @@ TEST (TimeStretcher, SteadyPlayingAllocatesNothingAndChangesAllocateOnlyWhereThe
     for (double ratio : { 0.8, 0.45, 2.2, 1.0, 0.125, 1.0 })
     {
         s.setTimeRatio (ratio);
-        measured += "time " + std::to_string (ratio) + ": " + std::to_string (allocationsOfPulls (s, tone, 1)) + "; ";
+        const auto made = allocationsOfPulls (s, tone, 1);
+        measured += "time " + std::to_string (ratio) + ": " + std::to_string (made) + "; ";
+
+        // The presets' and "Speed"'s ratios find the library already grown by the warm-up
+        // (until the extreme, after which the library grows again).
+        if (measured.find ("0.125") == std::string::npos)
+            EXPECT_EQ (made, 0) << "time ratio " << ratio;
     }
     for (double scale : { 1.3, 2.03, 0.47, 1.0 })
     {
