@@ -2,6 +2,10 @@
 // engine library alone, as a real-time factor (the block's duration at 44.1 kHz over the time it
 // takes), beside a baseline: the same file through JUCE's own AudioTransportSource with its
 // buffering source.
+#include "dsp/DeckEffects.h"
+#include "dsp/LimiterProcessor.h"
+#include "dsp/ParametricEqualiser.h"
+#include "dsp/TimeStretcher.h"
 #include "engine/MasterEngine.h"
 
 #include <juce_audio_devices/juce_audio_devices.h>
@@ -154,6 +158,85 @@ void BlockAfterASeek (benchmark::State& state)
     addRealTimeFactor (state);
 }
 
+// Everything a deck and the master can do at once, but the stretcher unless asked: eight
+// equaliser bands on the deck and on the master, the crossover, the limiter, both meters on
+// loudness with true peak.
+struct EverythingOn : PlayingDeck
+{
+    explicit EverythingOn (bool stretch)
+    {
+        for (auto* eq : { &deckEQ, &masterEQ })
+        {
+            eq->prepare (rate, blockSize, 2);
+            for (int i = 0; i < 8; ++i)
+            {
+                Marlode::EQBandValues v;
+                v.filterType = 1 + i % 5;
+                v.freq = 40.0 * std::pow (2.0, i);
+                v.gain = 3.0;
+                eq->addBand (v);
+            }
+        }
+        effects.monoOn = true;
+        effects.xOver = true;
+        limiter.setLimiterOn (true);
+        limiter.setThresholdDb (-6.0);
+        for (auto* meter : { &deck.inputMeter, &deck.outputMeter })
+            meter->meterType = Marlode::LevelMeterProcessor::lufsAndTruePeak;
+
+        deck.setStages (&deckEQ, &effects, &limiter);
+        master.setEqualiser (&masterEQ);
+        if (stretch)
+        {
+            stretcher.setTimeRatio (1.5);
+            deck.setStretcher (&stretcher);
+            deck.timeStretchOn = true;
+        }
+        // Each stage alone: preparing the whole deck again would restart its playing transport.
+        effects.prepare (rate, blockSize, 2);
+        limiter.prepare (rate, blockSize, 2);
+        stretcher.prepare (blockSize, 2, rate);
+    }
+
+    ~EverythingOn()
+    {
+        deck.setStretcher (nullptr);
+        deck.setStages (nullptr, nullptr, nullptr);
+        master.setEqualiser (nullptr);
+    }
+
+    Marlode::ParametricEqualiser deckEQ { true }, masterEQ { false };
+    Marlode::DeckEffects effects;
+    Marlode::LimiterProcessor limiter;
+    Marlode::TimeStretcher stretcher;
+};
+
+void runEverythingOn (benchmark::State& state, bool stretch)
+{
+    EverythingOn playing (stretch);
+    if (! playing.isPlaying())
+        return state.SkipWithError ("the deck didn't start playing");
+
+    for (auto _ : state)
+    {
+        waitIfDrained (state, [&] { return playing.transport().getNumBufferedSamples(); });
+        playing.block();
+        benchmark::DoNotOptimize (playing.buffer.getReadPointer (0));
+    }
+
+    addRealTimeFactor (state);
+}
+
+void EverythingButTheStretcher (benchmark::State& state)
+{
+    runEverythingOn (state, false);
+}
+
+void EverythingWithStretcherAt1_5 (benchmark::State& state)
+{
+    runEverythingOn (state, true);
+}
+
 void BaselineJuceTransport (benchmark::State& state)
 {
     juce::AudioFormatManager formats;
@@ -194,6 +277,17 @@ BENCHMARK (BlockAfterASeek)
     ->UseManualTime()
     ->Unit (benchmark::kMicrosecond)
     ->Iterations (500)
+    ->Repetitions (5)
+    ->ReportAggregatesOnly (true);
+BENCHMARK (EverythingButTheStretcher)
+    ->Unit (benchmark::kMicrosecond)
+    ->Iterations (2000)
+    ->Repetitions (5)
+    ->ReportAggregatesOnly (true);
+// At 1.5 the transport runs at two thirds of the device's pace: 2000 blocks still fit the file.
+BENCHMARK (EverythingWithStretcherAt1_5)
+    ->Unit (benchmark::kMicrosecond)
+    ->Iterations (2000)
     ->Repetitions (5)
     ->ReportAggregatesOnly (true);
 BENCHMARK (BaselineJuceTransport)
