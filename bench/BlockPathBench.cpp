@@ -94,9 +94,9 @@ struct PlayingDeck
     const juce::AudioSourceChannelInfo info { &buffer, 0, blockSize };
 };
 
-void DeckAndMasterPath (benchmark::State& state)
+// Ordinary blocks of a playing deck, timed, with the read-ahead's refills left out.
+void runPlayingBlocks (benchmark::State& state, PlayingDeck& playing)
 {
-    PlayingDeck playing;
     if (! playing.isPlaying())
         return state.SkipWithError ("the deck didn't start playing");
 
@@ -108,6 +108,12 @@ void DeckAndMasterPath (benchmark::State& state)
     }
 
     addRealTimeFactor (state);
+}
+
+void DeckAndMasterPath (benchmark::State& state)
+{
+    PlayingDeck playing;
+    runPlayingBlocks (state, playing);
 }
 
 // A loop wrap as the deck's block makes it: the request and the block that plays the loop
@@ -211,30 +217,16 @@ struct EverythingOn : PlayingDeck
     Marlode::TimeStretcher stretcher;
 };
 
-void runEverythingOn (benchmark::State& state, bool stretch)
-{
-    EverythingOn playing (stretch);
-    if (! playing.isPlaying())
-        return state.SkipWithError ("the deck didn't start playing");
-
-    for (auto _ : state)
-    {
-        waitIfDrained (state, [&] { return playing.transport().getNumBufferedSamples(); });
-        playing.block();
-        benchmark::DoNotOptimize (playing.buffer.getReadPointer (0));
-    }
-
-    addRealTimeFactor (state);
-}
-
 void EverythingButTheStretcher (benchmark::State& state)
 {
-    runEverythingOn (state, false);
+    EverythingOn playing (false);
+    runPlayingBlocks (state, playing);
 }
 
 void EverythingWithStretcherAt1_5 (benchmark::State& state)
 {
-    runEverythingOn (state, true);
+    EverythingOn playing (true);
+    runPlayingBlocks (state, playing);
 }
 
 void BaselineJuceTransport (benchmark::State& state)
