@@ -12,6 +12,7 @@ using Marlode::EQBandValues;
 using Marlode::ParametricEqualiser;
 using MarlodeTest::eqBand;
 using MarlodeTest::RealtimeWatch;
+using Type = EQBandValues::FilterType;
 
 namespace
 {
@@ -29,11 +30,6 @@ juce::AudioBuffer<float> processed (ParametricEqualiser& eq, juce::AudioBuffer<f
     for (int start = 0; start < b.getNumSamples(); start += 512)
         eq.process (juce::AudioSourceChannelInfo (&b, start, juce::jmin (512, b.getNumSamples() - start)));
     return b;
-}
-
-juce::AudioBuffer<float> noiseBlock (int channels, int n)
-{
-    return MarlodeTest::makeBuffer (channels, n, MarlodeTest::noise);
 }
 
 // Whether `out` is `in` times `left` on the first channel and `right` on the second.
@@ -71,7 +67,6 @@ TEST_P (EqualiserResponse, TheBlockPathMatchesTheDrawnCurve)
     }
 }
 
-using Type = EQBandValues;
 INSTANTIATE_TEST_SUITE_P (EveryTypeAtBothRates, EqualiserResponse,
                           testing::ValuesIn (std::vector<std::pair<double, std::vector<EQBandValues>>> {
                               { 44100.0, { eqBand (Type::peak, 1000.0, 9.0, 2.0) } },
@@ -88,7 +83,7 @@ INSTANTIATE_TEST_SUITE_P (EveryTypeAtBothRates, EqualiserResponse,
 TEST (ParametricEqualiser, DesignRules)
 {
     // Slope is stored only, and low- and high-pass ignore gain and Q: all design the same filter.
-    auto v = eqBand (EQBandValues::lowPass, 3000.0);
+    auto v = eqBand (Type::lowPass, 3000.0);
     const auto first = ParametricEqualiser::design (v, 44100.0);
     v.slopeType = 3;
     v.gain = 12.0;
@@ -99,13 +94,12 @@ TEST (ParametricEqualiser, DesignRules)
 
     // A low-pass at 20 kHz: valid at 44.1 kHz, and past Nyquist at 32 kHz not clamped (the
     // response turns as the formula gives instead of sitting at the limit), with no assertion.
-    const auto atTop = eqBand (EQBandValues::lowPass, 20000.0);
+    const auto atTop = eqBand (Type::lowPass, 20000.0);
     EXPECT_NEAR (ParametricEqualiser::magnitude (*ParametricEqualiser::design (atTop, 44100.0), 20000.0, 44100.0),
                  1.0 / std::sqrt (2.0), 1e-4);
     const auto at32 = *ParametricEqualiser::design (atTop, 32000.0);
-    EXPECT_NE (at32, *ParametricEqualiser::design (eqBand (EQBandValues::lowPass, 16000.0), 32000.0));
-    for (auto c : at32)
-        EXPECT_TRUE (std::isfinite (c));
+    EXPECT_NE (at32, *ParametricEqualiser::design (eqBand (Type::lowPass, 16000.0), 32000.0));
+    EXPECT_TRUE (std::all_of (at32.begin(), at32.end(), [] (auto c) { return std::isfinite (c); }));
 }
 
 // A peak at 0 dB passes the signal to rounding; unity gain at centre is bit for bit even with pan
@@ -116,9 +110,9 @@ TEST (ParametricEqualiser, OutputStageRules)
 {
     using Case = std::tuple<bool, int, std::vector<EQBandValues>, bool, float, double, float, float, float>;
     for (const auto& [applyPan, channels, bands, bandsOn, gain, pan, left, right, tolerance] :
-         { Case { true, 2, { eqBand (EQBandValues::peak, 1000.0, 0.0, 3.0) }, true, 1.0f, 0.0, 1.0f, 1.0f, 1e-6f },
+         { Case { true, 2, { eqBand (Type::peak, 1000.0, 0.0, 3.0) }, true, 1.0f, 0.0, 1.0f, 1.0f, 1e-6f },
            Case { true, 2, {}, true, 1.0f, 0.0, 1.0f, 1.0f, 0.0f },
-           Case { true, 2, { eqBand (EQBandValues::highPass, 15000.0) }, false, 2.0f, -45.0, 2.0f, 1.0f, 0.0f },
+           Case { true, 2, { eqBand (Type::highPass, 15000.0) }, false, 2.0f, -45.0, 2.0f, 1.0f, 0.0f },
            Case { false, 2, {}, true, 0.5f, 90.0, 0.5f, 0.5f, 0.0f }, Case { true, 2, {}, true, 0.5f, 90.0, 0.0f, 0.5f, 0.0f },
            Case { true, 1, {}, true, 0.5f, 90.0, 0.5f, 0.5f, 0.0f } })
     {
@@ -128,12 +122,12 @@ TEST (ParametricEqualiser, OutputStageRules)
         eq.setBandsOn (bandsOn);
         eq.setOutputGain (gain);
         eq.setPanFromSlider (pan);
-        const auto input = noiseBlock (channels, 512);
+        const auto input = MarlodeTest::makeBuffer (channels, 512, MarlodeTest::noise);
         expectSame (processed (eq, input), input, tolerance, left, right);
     }
 
     // Neither gain nor pan taking part: each side gets the last factor used.
-    const auto input = noiseBlock (2, 512);
+    const auto input = MarlodeTest::makeBuffer (2, 512, MarlodeTest::noise);
     Eq still (false);
     still.setOutputGain (0.25f);
     processed (still, input);
@@ -154,8 +148,7 @@ TEST (ParametricEqualiser, TheSpectrumTapSeesTheOutput)
 
     auto* frame = eq.spectrum.takeFrame();
     ASSERT_NE (frame, nullptr);
-    EXPECT_FLOAT_EQ (frame[0], 0.375f);
-    EXPECT_FLOAT_EQ (frame[2047], 0.375f);
+    EXPECT_EQ (std::count (frame, frame + 2048, 0.375f), 2048);
     eq.spectrum.releaseFrame();
 
     eq.setSpectrumWanted (false);
@@ -167,14 +160,14 @@ TEST (ParametricEqualiser, TheSpectrumTapSeesTheOutput)
 // starts from rest.
 TEST (ParametricEqualiser, FilterMemoryBelongsToItsBand)
 {
-    const auto retuned = eqBand (EQBandValues::peak, 200.0, 12.0, 4.0);
+    const auto retuned = eqBand (Type::peak, 200.0, 12.0, 4.0);
     Eq eq (false), reference (false), fresh (false);
-    eq.addBand (eqBand (EQBandValues::peak, 5000.0, 0.0)); // transparent, so the second band's input is the same
+    eq.addBand (eqBand (Type::peak, 5000.0, 0.0)); // transparent, so the second band's input is the same
     eq.addBand (retuned);
     reference.addBand (retuned);
     const auto compare = [&] (ParametricEqualiser& other, int n, float tolerance)
     {
-        const auto in = noiseBlock (2, n);
+        const auto in = MarlodeTest::makeBuffer (2, n, MarlodeTest::noise);
         expectSame (processed (eq, in), processed (other, in), tolerance);
     };
 
@@ -211,7 +204,7 @@ TEST (ParametricEqualiser, BandChangesDuringPlaybackAreSafe)
             else if (n > 0)
                 eq.removeBand (r.nextInt (n));
             if (eq.getNumBands() > 0)
-                eq.setBand (0, eqBand (EQBandValues::peak, 100.0 + r.nextInt (5000), -6.0));
+                eq.setBand (0, eqBand (Type::peak, 100.0 + r.nextInt (5000), -6.0));
             eq.setOutputGain (0.5f + r.nextFloat());
             eq.setPanFromSlider (r.nextInt (181) - 90);
             if (eq.spectrum.takeFrame() != nullptr)
@@ -220,10 +213,9 @@ TEST (ParametricEqualiser, BandChangesDuringPlaybackAreSafe)
         [&]
         {
             b.makeCopyOf (input);
-            {
-                RealtimeWatch::Scope watch;
-                eq.process (juce::AudioSourceChannelInfo (b));
-            }
+            RealtimeWatch::begin();
+            eq.process (juce::AudioSourceChannelInfo (b));
+            RealtimeWatch::end();
             for (int c = 0; c < 2; ++c)
                 nonFinite += std::count_if (b.getReadPointer (c), b.getReadPointer (c) + 512,
                                             [] (float x) { return ! std::isfinite (x); });
@@ -232,7 +224,5 @@ TEST (ParametricEqualiser, BandChangesDuringPlaybackAreSafe)
     EXPECT_EQ (nonFinite, 0);
     EXPECT_GT (edits, 1000);
     EXPECT_GT (blocks, 1000);
-    EXPECT_EQ (RealtimeWatch::allocations(), 0) << RealtimeWatch::report();
-    EXPECT_EQ (RealtimeWatch::locks(), 0) << RealtimeWatch::report();
-    EXPECT_EQ (RealtimeWatch::count (RealtimeWatch::Kind::wait), 0) << RealtimeWatch::report();
+    EXPECT_EQ (RealtimeWatch::report(), "allocations 0") << "no allocation, lock, wait, sleep or file";
 }

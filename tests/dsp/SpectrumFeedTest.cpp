@@ -22,12 +22,13 @@ struct Ramp
     int channels = 2;
     int next = 0;
 
-    void push (int numSamples, int offset = 3)
+    // `claimed` is the length the block says it has (its buffer holds only numSamples past offset).
+    void push (int numSamples, int offset = 3, int claimed = 0)
     {
         auto block = MarlodeTest::makeBuffer (channels, offset + numSamples,
                                               [this, offset] (int c, int i)
                                               { return (float) (next + i - offset) + 0.5f * (float) (channels - 1 - 2 * c); });
-        feed.push (juce::AudioSourceChannelInfo (&block, offset, numSamples));
+        feed.push (juce::AudioSourceChannelInfo (&block, offset, juce::jmax (claimed, numSamples)));
         next += numSamples;
     }
 };
@@ -79,12 +80,9 @@ TEST (SpectrumFeed, FramesAreTheAverageOfTheSamplesPushedWhateverTheBlocks)
         {
             ramp.push (size);
             feed.push (juce::AudioSourceChannelInfo (noChannels));
-            if (auto* frame = feed.takeFrame())
-            {
-                ASSERT_TRUE (holdsRamp (frame, frames++ * frameSize)) << "frame " << frames;
-                handBack (feed, frame);
-            }
-            ASSERT_EQ (frames, ramp.next / frameSize) << "a frame waits as soon as its last sample is in";
+            if (ramp.next / frameSize > frames)
+                ASSERT_TRUE (takeRamp (feed, frames++ * frameSize)) << "a frame waits as soon as its last sample is in";
+            ASSERT_EQ (feed.takeFrame(), nullptr) << "and not before";
         }
 }
 
@@ -111,9 +109,7 @@ TEST (SpectrumFeed, AFrameCompletedWhileOneWaitsIsDroppedAndFramesNeverOverlap)
     EXPECT_TRUE (takeRamp (feed, restart));
 
     // A block claiming more samples than its buffer holds gives only those it holds.
-    auto shortBlock = MarlodeTest::makeBuffer (1, 100, [&] (int, int i) { return (float) (ramp.next + i); });
-    feed.push (juce::AudioSourceChannelInfo (&shortBlock, 0, 100000));
-    ramp.next += 100;
+    ramp.push (100, 0, 100000);
     ramp.push (frameSize - 100);
     EXPECT_TRUE (takeRamp (feed, restart + frameSize));
 }

@@ -42,16 +42,14 @@ TEST_F (EQEditor, DraggingAPointStopsAtThePlotsEdges)
     eq.addBandButtonClicked();
     auto& band = eq.getBand (0);
     const auto plot = eq.getPlotBounds().toFloat();
-    ASSERT_GT (plot.getWidth(), 100.0f);
+    const auto freqAndGain = [&] { return std::pair (band.frequencySlider.getValue(), band.gainSlider.getValue()); };
 
     drag (0, { -5000.0f, -5000.0f });
-    EXPECT_EQ (band.frequencySlider.getValue(), 20.0);
-    EXPECT_EQ (band.gainSlider.getValue(), 24.0);
+    EXPECT_EQ (freqAndGain(), std::pair (20.0, 24.0));
     EXPECT_EQ (eq.getBandButton (0).getBounds().getCentre(), plot.getTopLeft().roundToInt());
 
     drag (0, { 5000.0f, 5000.0f });
-    EXPECT_EQ (band.frequencySlider.getValue(), 20000.0);
-    EXPECT_EQ (band.gainSlider.getValue(), -24.0);
+    EXPECT_EQ (freqAndGain(), std::pair (20000.0, -24.0));
     EXPECT_EQ (eq.equaliser.getBand (0), band.getValues());
 
     // Halfway across three decades is 632 Hz, at +12 dB a quarter of the way down.
@@ -67,9 +65,7 @@ TEST_F (EQEditor, DraggingAPointStopsAtThePlotsEdges)
     EXPECT_GT (q, before.q);
     before.q = q;
     EXPECT_EQ (band.getValues(), before);
-    juce::MouseWheelDetails wheel {};
-    wheel.deltaY = -0.5f;
-    eq.getBandButton (0).mouseWheelMove (MarlodeTest::mouseAt (eq.getBandButton (0), {}), wheel);
+    eq.getBandButton (0).mouseWheelMove (MarlodeTest::mouseAt (eq.getBandButton (0), {}), { 0.0f, -0.5f, false, false, false });
     EXPECT_LT (band.qSlider.getValue(), q);
     EXPECT_EQ (eq.equaliser.getBand (0), band.getValues());
 }
@@ -84,10 +80,8 @@ TEST_F (EQEditor, TypeChoicesMoveANewBandOnce)
     band.gainSlider.setValue (6.0, juce::sendNotificationSync);
 
     band.filterTypeCombo.setSelectedId (EQBandValues::lowPass, juce::sendNotificationSync);
-    EXPECT_EQ (band.frequencySlider.getValue(), 20000.0);
-    EXPECT_EQ (band.gainSlider.getValue(), 0.0);
-    EXPECT_FALSE (band.gainSlider.isEnabled());
-    EXPECT_FALSE (band.qSlider.isEnabled());
+    EXPECT_EQ (std::pair (band.frequencySlider.getValue(), band.gainSlider.getValue()), std::pair (20000.0, 0.0));
+    EXPECT_FALSE (band.gainSlider.isEnabled() || band.qSlider.isEnabled());
     EXPECT_EQ (eq.getBandButton (0).getBounds().getCentre(), juce::Point<int> (plot.getRight(), plot.getCentreY()));
     EXPECT_EQ (eq.equaliser.getBand (0), band.getValues());
 
@@ -130,8 +124,7 @@ TEST_F (EQEditor, DeletingRenumbersAndShowsTheNeighbour)
     EXPECT_FALSE (eq.previousButton.isEnabled());
 
     eq.deleteVisibleBand();
-    EXPECT_EQ (eq.getNumBands(), 0);
-    EXPECT_EQ (eq.equaliser.getNumBands(), 0);
+    EXPECT_EQ (std::pair (eq.getNumBands(), eq.equaliser.getNumBands()), std::pair (0, 0));
 }
 
 // The opening button turns green while the equaliser changes anything: a band on, or the output

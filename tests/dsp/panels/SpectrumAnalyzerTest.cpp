@@ -13,16 +13,14 @@ struct SpectrumCurve : ::testing::Test
 {
     SpectrumFeed feed;
     SpectrumAnalyzer analyzer { feed };
-    int next = 0; // the stream's next sample index
 
     void SetUp() override { analyzer.setSize (width, height); }
 
     // Pushes one frame of `signal` in stereo and turns it into the curve.
     void showFrame (const std::function<float (int index)>& signal)
     {
-        auto block = MarlodeTest::makeBuffer (2, SpectrumFeed::frameSize, [&] (int, int i) { return signal (next + i); });
+        auto block = MarlodeTest::makeBuffer (2, SpectrumFeed::frameSize, [&] (int, int i) { return signal (i); });
         feed.push (juce::AudioSourceChannelInfo (block));
-        next += SpectrumFeed::frameSize;
         ASSERT_NE (feed.takeFrame(), nullptr);
         analyzer.timerRelayCallback();
     }
@@ -89,13 +87,19 @@ TEST_F (SpectrumCurve, ASinePeaksAtItsFrequencyAtEitherRate)
         }
 }
 
+// The curve's path, and what it paints: only under the curve.
 TEST_F (SpectrumCurve, LowPointsShareBinsAndThePathIsClosedAtTheBottom)
 {
     EXPECT_TRUE (corners().empty());
+    auto image = analyzer.createComponentSnapshot (analyzer.getLocalBounds());
+    EXPECT_EQ (image.getPixelAt (width / 2, height - 1).getAlpha(), 0) << "no curve yet, nothing painted";
 
     feed.prepare (44100.0, 512);
     showFrame (click);
     EXPECT_EQ (feed.takeFrame(), nullptr) << "the frame is handed back";
+    image = analyzer.createComponentSnapshot (analyzer.getLocalBounds());
+    EXPECT_NEAR (image.getPixelAt (width / 2, height - 1).getAlpha(), 64, 2) << "a quarter opacity below the curve";
+    EXPECT_EQ (image.getPixelAt (width / 2, 1).getAlpha(), 0) << "nothing above it";
 
     // Below 200 Hz (point 171) 171 points meet 9 bins; from 2 kHz up every point has bins of its own.
     const auto ys = pointYs();
@@ -103,20 +107,15 @@ TEST_F (SpectrumCurve, LowPointsShareBinsAndThePathIsClosedAtTheBottom)
     EXPECT_EQ (std::count (ys.begin() + 342, ys.end(), -1), 0);
     EXPECT_NE (ys[0], -1) << "the first point has no point before it to share with";
 
-    const auto points = corners();
+    // The drawn points stand at their grid places, the click lifts every one of them, and the
+    // path closes along the bottom.
+    std::vector<juce::Point<float>> expected { { 0.0f, (float) height } };
+    for (int i = 0; i < SpectrumAnalyzer::numPoints; ++i)
+        if (ys[(size_t) i] != -1)
+            expected.push_back ({ (float) (width * i / SpectrumAnalyzer::numPoints), clickY });
+    expected.push_back ({ (float) width, (float) height });
+    EXPECT_EQ (corners(), expected);
     EXPECT_TRUE (closed);
-    ASSERT_EQ (points.size(), 2 + SpectrumAnalyzer::numPoints - (size_t) std::count (ys.begin(), ys.end(), -1));
-    EXPECT_EQ (points.front(), juce::Point<float> (0.0f, (float) height));
-    EXPECT_EQ (points.back(), juce::Point<float> ((float) width, (float) height));
-
-    // The drawn points stand at their grid places, and the click lifts every one of them.
-    for (size_t p = 1, i = 0; p + 1 < points.size(); ++p, ++i)
-    {
-        while (ys[i] == -1)
-            ++i;
-        EXPECT_EQ (points[p], juce::Point<float> ((float) (width * (int) i / 512), (float) ys[i])) << i;
-        EXPECT_EQ (points[p].y, clickY) << i;
-    }
 }
 
 TEST_F (SpectrumCurve, TheCurveFallsBySpeedToTheBottomAndNoFurther)
@@ -147,16 +146,4 @@ TEST_F (SpectrumCurve, TheCurveFallsBySpeedToTheBottomAndNoFurther)
         for (const auto y : before)
             EXPECT_TRUE (y == -1 || y == height);
     }
-}
-
-TEST_F (SpectrumCurve, PaintsOnlyACurve)
-{
-    auto image = analyzer.createComponentSnapshot (analyzer.getLocalBounds());
-    EXPECT_EQ (image.getPixelAt (width / 2, height - 1).getAlpha(), 0) << "no curve yet, nothing painted";
-
-    feed.prepare (44100.0, 512);
-    showFrame (click);
-    image = analyzer.createComponentSnapshot (analyzer.getLocalBounds());
-    EXPECT_NEAR (image.getPixelAt (width / 2, height - 1).getAlpha(), 64, 2) << "a quarter opacity below the curve";
-    EXPECT_EQ (image.getPixelAt (width / 2, 1).getAlpha(), 0) << "nothing above it";
 }
