@@ -160,9 +160,10 @@ TEST (ParametricEqualiser, TheSpectrumTapSeesTheOutput)
 // starts from rest.
 TEST (ParametricEqualiser, FilterMemoryBelongsToItsBand)
 {
-    const auto retuned = eqBand (Type::peak, 200.0, 12.0, 4.0);
+    // The first band is transparent, so the second band's input is the same.
+    const auto transparent = eqBand (Type::peak, 5000.0, 0.0), retuned = eqBand (Type::peak, 200.0, 12.0, 4.0);
     Eq eq (false), reference (false), fresh (false);
-    eq.addBand (eqBand (Type::peak, 5000.0, 0.0)); // transparent, so the second band's input is the same
+    eq.addBand (transparent);
     eq.addBand (retuned);
     reference.addBand (retuned);
     const auto compare = [&] (ParametricEqualiser& other, int n, float tolerance)
@@ -175,9 +176,11 @@ TEST (ParametricEqualiser, FilterMemoryBelongsToItsBand)
     eq.removeBand (0);
     compare (reference, 4096, 1e-5f);
 
+    // The second new band lands in the slot the retuned band played through.
     eq.removeBand (0);
-    eq.addBand (retuned);
-    fresh.addBand (retuned);
+    for (auto* e : { &eq, &fresh })
+        for (const auto& b : { transparent, retuned })
+            e->addBand (b);
     compare (fresh, 1024, 0.0f);
 }
 
