@@ -87,14 +87,12 @@ void TimeStretcher::prepare (int samplesPerBlock, int channels, double sampleRat
 
 void TimeStretcher::warmUp()
 {
-    // The library grows its buffers and windows the first time a ratio needs them, and it would
-    // do so on the audio thread. So the extremes it can be given are run through here, on silence,
-    // and the library is reset with everything already allocated.
+    // The library grows its buffers the first time a ratio needs them, and it would do so on the
+    // audio thread. So the corners of the controls' usual range are run through here, on silence,
+    // and the library is reset with those buffers already grown.
     juce::AudioBuffer<float> silence (numChannels, maxBlock);
     silence.clear();
-    for (auto [ratio, scale] :
-         { std::pair (maximumTimeRatio, maximumPitchScale), std::pair (minimumTimeRatio, minimumPitchScale),
-           std::pair (maximumTimeRatio, minimumPitchScale), std::pair (minimumTimeRatio, maximumPitchScale) })
+    for (auto [ratio, scale] : { std::pair (2.25, 2.1), std::pair (0.44, 0.47), std::pair (2.25, 0.47), std::pair (0.44, 2.1) })
     {
         stretcher->setTimeRatio (ratio);
         stretcher->setPitchScale (scale);

@@ -26,12 +26,14 @@ namespace Marlode
 
     Changes reach the library only when they differ from what it has, because the library
     reconfigures itself on a change and may allocate there, on the audio thread, in the block that
-    hands the change over. prepare() runs the library through the extreme ratios and pitches on
-    silence first, so its buffers and windows are already grown. Measured after that at 44.1 kHz
-    stereo, 512-sample blocks, R2 engine: time ratios 0.8, 0.45, 2.2 and back to 1.0 make no
-    allocation, 0.125 (vari-speed near 0, clamped) makes 2; pitch scales 1.3, 2.03 and 0.47 make
-    4, 6 and 2 (before the warm-up: 8 for a time ratio of 2.2 and 58 for 0.125); an option change
-    none. Steady playing allocates nothing.
+    hands the change over. prepare() runs the library on silence through the corners of the
+    presets', "Speed"'s and "Semi-Tones"' range (time 0.44 to 2.25, pitch 0.47 to 2.1), so the
+    buffers those need are already grown; going further would grow the library's window for good
+    and with it the audio it holds back. Measured after that at 44.1 kHz stereo, 512-sample
+    blocks, R2 engine: time ratios 0.8, 0.45, 2.2 and back to 1.0 make no allocation (before the
+    warm-up 2.2 made 8), 0.125 (vari-speed near 0, clamped) makes 58 with a new 8192-sample
+    window; each pitch change makes a few (1.3, 2.03, 0.47: 4, 6, 2) whatever was grown before;
+    an option change none. Steady playing allocates nothing.
     prepare() runs on the message thread (or the device's) while no block runs; pull() on the
     audio thread.
 */
