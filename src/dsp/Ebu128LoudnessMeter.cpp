@@ -254,6 +254,11 @@ void Ebu128LoudnessMeter::runGates() noexcept
     integratedGate.add (weightedSum (averageOfTheLast400ms));
     updateIntegrated();
 
+    // The range is a distribution of whole 3 s windows: one that still reaches back before the
+    // start holds zeros, and a short steady programme would show a range from its rise alone.
+    if (measurementDuration < numberOfBins / numberOfBinsToCover100ms)
+        return;
+
     rangeGate.add (weightedSum (averageOfTheLast3s));
     updateRange();
 }

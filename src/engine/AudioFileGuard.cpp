@@ -133,7 +133,8 @@ juce::String AudioFileGuard::checkClaims (const juce::AudioFormatReader& reader,
     return {};
 }
 
-std::unique_ptr<juce::AudioFormatReader> AudioFileGuard::createReader (juce::AudioFormatManager& formats, const juce::File& file)
+std::unique_ptr<juce::AudioFormatReader> AudioFileGuard::createReader (juce::AudioFormatManager& formats, const juce::File& file,
+                                                                       juce::String* whyNot)
 {
     juce::String problem ("no format reads it");
 
@@ -171,6 +172,10 @@ std::unique_ptr<juce::AudioFormatReader> AudioFileGuard::createReader (juce::Aud
     }
 
     juce::Logger::writeToLog ("Refused audio file " + file.getFullPathName() + ": " + problem);
+
+    if (whyNot != nullptr)
+        *whyNot = problem;
+
     return {};
 }
 

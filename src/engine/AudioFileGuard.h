@@ -23,8 +23,10 @@ namespace Marlode
 class AudioFileGuard
 {
 public:
-    /** A reader from the first format that takes the file's extension and passes; null if none. */
-    [[nodiscard]] static std::unique_ptr<juce::AudioFormatReader> createReader (juce::AudioFormatManager&, const juce::File&);
+    /** A reader from the first format that takes the file's extension and passes; null if none,
+        and then `whyNot`, when given, receives the reason. */
+    [[nodiscard]] static std::unique_ptr<juce::AudioFormatReader> createReader (juce::AudioFormatManager&, const juce::File&,
+                                                                                juce::String* whyNot = nullptr);
 
     /** Empty when every chunk of a RIFF, RF64 or AIFF stream lies within it, else why not;
         other streams pass. The stream is left where it was. */
