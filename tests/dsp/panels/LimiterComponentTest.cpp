@@ -1,4 +1,5 @@
 #include "dsp/panels/LimiterComponent.h"
+#include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
 
@@ -22,8 +23,7 @@ struct LimiterPanel : ::testing::Test
     /** A block of a constant `level`, then the interface tick. */
     void play (float level)
     {
-        for (int c = 0; c < 2; ++c)
-            juce::FloatVectorOperations::fill (block.getWritePointer (c), level, block.getNumSamples());
+        block = MarlodeTest::makeBuffer (2, 441, [=] (int, int) { return level; });
         panel.limiter.process (juce::AudioSourceChannelInfo (&block, 0, block.getNumSamples()));
         panel.timerRelayCallback();
     }
@@ -85,7 +85,5 @@ TEST_F (LimiterPanel, ControlsDimWhileOffAndDriveTheStage)
     EXPECT_NEAR (panel.limiter.limiter.getLimit(), 0.501, 0.001);
     panel.releaseSlider.setValue (250.0, juce::sendNotificationSync);
     EXPECT_EQ (panel.limiter.limiter.getReleaseMs(), 250.0);
-    EXPECT_EQ (panel.releaseSlider.getTextFromValue (250.0), "250 ms");
-    EXPECT_EQ (panel.inputSlider.getTextFromValue (-3.26), "-3.3 dB");
 }
 } // namespace
