@@ -1,6 +1,7 @@
 #include "support/DeckHarness.h"
 #include "support/DeviceApp.h"
 #include "support/JackRecorder.h"
+#include "support/StretchTone.h"
 #include "support/TestEnv.h"
 #include "support/WaitFor.h"
 
@@ -17,9 +18,7 @@ TEST (DeckTimeStretch, TwiceTheSpeedKeepsThePitchAndEndsInHalfTheTime)
 
     TempFolder temp;
     constexpr double fileRate = 44100.0, seconds = 6.0;
-    const auto file = writeWav (temp.file ("sine.wav"), fileRate, 2, (int) (fileRate * seconds),
-                                [] (int, int i)
-                                { return 0.5f * (float) std::sin (juce::MathConstants<double>::twoPi * 1000.0 * i / fileRate); });
+    const auto file = writeWav (temp.file ("sine.wav"), fileRate, 2, (int) (fileRate * seconds), sine (1000.0, fileRate));
 
     DeviceApp app;
     app.openOutputDevice();

@@ -17,11 +17,16 @@ struct Effects : DeckEffects
         monoOn = true;
     }
 
+    // Runs a buffer through in blocks, none of which may allocate or lock.
     juce::AudioBuffer<float> run (juce::AudioBuffer<float> b)
     {
-        RealtimeWatch::Scope watch;
-        for (int start = 0; start < b.getNumSamples(); start += 512)
-            process (juce::AudioSourceChannelInfo (&b, start, juce::jmin (512, b.getNumSamples() - start)));
+        RealtimeWatch::reset();
+        {
+            RealtimeWatch::Scope watch;
+            for (int start = 0; start < b.getNumSamples(); start += 512)
+                process (juce::AudioSourceChannelInfo (&b, start, juce::jmin (512, b.getNumSamples() - start)));
+        }
+        EXPECT_EQ (RealtimeWatch::allocations() + RealtimeWatch::locks(), 0) << RealtimeWatch::report();
         return b;
     }
 };
@@ -30,67 +35,54 @@ juce::AudioBuffer<float> stereoNoise (int n = 4096)
 {
     return MarlodeTest::makeBuffer (2, n, MarlodeTest::noise);
 }
+
+// Every output sample against `expected (channel, index)`.
+void expectSamples (const juce::AudioBuffer<float>& out, const std::function<float (int, int)>& expected, float tolerance = 0.0f)
+{
+    for (int c = 0; c < out.getNumChannels(); ++c)
+        for (int i = 0; i < out.getNumSamples(); ++i)
+            ASSERT_NEAR (out.getSample (c, i), expected (c, i), tolerance) << "channel " << c << " sample " << i;
+}
 } // namespace
 
 TEST (DeckEffects, MonoAndMidSideArithmetic)
 {
-    RealtimeWatch::reset();
     const auto in = stereoNoise();
+    const auto left = [&] (int, int i) { return in.getSample (0, i); };
 
     // Plain mono: a left-only signal comes out at half level on both sides.
-    {
-        Effects fx;
-        const auto out =
-            fx.run (MarlodeTest::makeBuffer (2, 512, [&] (int c, int i) { return c == 0 ? in.getSample (0, i) : 0.0f; }));
-        for (int i = 0; i < 512; ++i)
-            for (int c = 0; c < 2; ++c)
-                ASSERT_EQ (out.getSample (c, i), in.getSample (0, i) * 0.5f);
-    }
+    expectSamples (Effects().run (MarlodeTest::makeBuffer (2, 512, [&] (int c, int i) { return c == 0 ? left (c, i) : 0.0f; })),
+                   [&] (int c, int i) { return left (c, i) * 0.5f; });
 
     // Mid/side with both gains at 1 gives back the input; the mid solo gives the mid on both
     // sides, the side solo the side in opposite polarity, and so does the mid at gain 0.
     Effects fx;
     fx.midSide = true;
-    auto out = fx.run (in);
-    for (int i = 0; i < in.getNumSamples(); ++i)
-        for (int c = 0; c < 2; ++c)
-            ASSERT_NEAR (out.getSample (c, i), in.getSample (c, i), 1e-6f);
+    expectSamples (
+        fx.run (in), [&] (int c, int i) { return in.getSample (c, i); }, 1e-6f);
 
     fx.midSolo = true;
-    out = fx.run (in);
-    for (int i = 0; i < in.getNumSamples(); ++i)
-    {
-        ASSERT_NEAR (out.getSample (0, i), (in.getSample (0, i) + in.getSample (1, i)) / 2.0f, 1e-6f);
-        ASSERT_EQ (out.getSample (0, i), out.getSample (1, i));
-    }
+    expectSamples (
+        fx.run (in), [&] (int, int i) { return (in.getSample (0, i) + in.getSample (1, i)) / 2.0f; }, 1e-6f);
 
     fx.midSolo = false;
     for (auto sideOnly : { std::pair (&fx.sideSolo, 1.0f), std::pair (&fx.midSolo, 0.0f) })
     {
         fx.sideSolo = sideOnly.first == &fx.sideSolo;
         fx.midGain = sideOnly.second;
-        out = fx.run (in);
-        for (int i = 0; i < in.getNumSamples(); ++i)
-        {
-            ASSERT_NEAR (out.getSample (0, i), (in.getSample (0, i) - in.getSample (1, i)) / 2.0f, 1e-6f);
-            ASSERT_EQ (out.getSample (1, i), -out.getSample (0, i));
-        }
+        expectSamples (
+            fx.run (in), [&] (int c, int i) { return (c == 0 ? 0.5f : -0.5f) * (in.getSample (0, i) - in.getSample (1, i)); },
+            1e-6f);
     }
 
     // A one-channel block is left as it is, whatever the mode.
     fx.xOver = true;
     const auto mono = MarlodeTest::makeBuffer (1, 1024, MarlodeTest::noise);
-    out = fx.run (mono);
-    for (int i = 0; i < 1024; ++i)
-        ASSERT_EQ (out.getSample (0, i), mono.getSample (0, i));
-
-    EXPECT_EQ (RealtimeWatch::allocations(), 0) << RealtimeWatch::report();
-    EXPECT_EQ (RealtimeWatch::locks(), 0) << RealtimeWatch::report();
+    expectSamples (fx.run (mono), MarlodeTest::noise);
 }
 
 TEST (DeckEffects, CrossoverPutsMonoLowsUnderStereoHighsAndNeverClips)
 {
-    RealtimeWatch::reset();
     Effects fx;
     fx.xOver = true;
 
@@ -103,8 +95,7 @@ TEST (DeckEffects, CrossoverPutsMonoLowsUnderStereoHighsAndNeverClips)
     // noise stays different on the two sides. At 20 kHz nearly everything is low, so near mono.
     fx.soloLow = true;
     out = fx.run (stereoNoise());
-    for (int i = 0; i < out.getNumSamples(); ++i)
-        ASSERT_EQ (out.getSample (0, i), out.getSample (1, i));
+    expectSamples (out, [&] (int, int i) { return out.getSample (0, i); });
 
     const auto sideLevel = [] (const juce::AudioBuffer<float>& b)
     {
@@ -128,7 +119,4 @@ TEST (DeckEffects, CrossoverPutsMonoLowsUnderStereoHighsAndNeverClips)
     auto longBlock = stereoNoise (3000);
     fx.process (juce::AudioSourceChannelInfo (&longBlock, 0, 3000));
     EXPECT_NE (longBlock.getSample (0, 2999), stereoNoise (3000).getSample (0, 2999));
-
-    EXPECT_EQ (RealtimeWatch::allocations(), 0) << RealtimeWatch::report();
-    EXPECT_EQ (RealtimeWatch::locks(), 0) << RealtimeWatch::report();
 }

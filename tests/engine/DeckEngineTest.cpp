@@ -1,9 +1,9 @@
 #include "engine/MasterEngine.h"
 #include "support/FakeDevice.h"
+#include "support/StretchTone.h"
 #include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
-#include <rubberband/RubberBandStretcher.h>
 
 using namespace Marlode;
 using namespace MarlodeTest;
@@ -160,33 +160,36 @@ TEST (DeckEngine, StagesRunInOrderOnlyWhilePlayingAndWithoutATrackTheBlockIsSile
     EXPECT_EQ (stale.getMagnitude (0, block), 0.0f);
 }
 
+// A deck playing through a stretcher told these ratios.
+struct StretchedDeck : Deck
+{
+    StretchedDeck (juce::AudioBuffer<float> audio, double timeRatio, double pitchScale) : Deck (std::move (audio))
+    {
+        stretcher.setTimeRatio (timeRatio);
+        stretcher.setPitchScale (pitchScale);
+        engine.setStretcher (&stretcher);
+        engine.prepare (block, rate);
+        engine.timeStretchOn = true;
+        EXPECT_TRUE (pumpUntil ([&] { return engine.transport.getNumBufferedSamples() > 16384; }, 3000));
+        play();
+    }
+    ~StretchedDeck() { engine.setStretcher (nullptr); }
+    TimeStretcher stretcher;
+};
+
 struct Stretch
 {
     double timeRatio, pitchScale, heardHz;
 };
 
-class DeckEngineStretch : public ::testing::TestWithParam<Stretch>
-{
-};
+using DeckEngineStretch = ::testing::TestWithParam<Stretch>;
 
-TEST_P (DeckEngineStretch, AFileOfA1kHzToneLastsAndSoundsAsTheStretcherIsToldAtDevicePace)
+TEST_P (DeckEngineStretch, A1kHzToneLastsAndSoundsAsTheStretcherIsToldAtDevicePace)
 {
     const auto [timeRatio, pitchScale, heardHz] = GetParam();
     const int length = (int) rate * 4;
-    TempFolder folder;
-    const auto wav = writeWav (folder.file ("tone.wav"), rate, 2, length,
-                               [] (int, int i)
-                               { return 0.5f * (float) std::sin (2.0 * juce::MathConstants<double>::pi * 1000.0 * i / rate); });
-    Deck deck (readAll (wav));
+    StretchedDeck deck (makeBuffer (2, length, sine (1000.0, rate)), timeRatio, pitchScale);
     auto& e = deck.engine;
-    TimeStretcher stretcher;
-    stretcher.setTimeRatio (timeRatio);
-    stretcher.setPitchScale (pitchScale);
-    e.setStretcher (&stretcher);
-    e.prepare (block, rate);
-    e.timeStretchOn = true;
-    ASSERT_TRUE (pumpUntil ([&] { return e.transport.getNumBufferedSamples() > 16384; }, 3000));
-    deck.play();
 
     // Blocks at about a device's pace until the whole file has been read.
     std::vector<float> heard;
@@ -203,12 +206,10 @@ TEST_P (DeckEngineStretch, AFileOfA1kHzToneLastsAndSoundsAsTheStretcherIsToldAtD
     EXPECT_NEAR ((double) heard.size(), expected, 0.06 * expected) << "samples heard for the whole file";
 
     const std::vector<float> middle (heard.begin() + (long) heard.size() / 4, heard.end() - (long) heard.size() / 4);
-    const double other = heardHz == 1000.0 ? 2000.0 : 1000.0;
-    const double tone = bandPower (middle, rate, heardHz - 60.0, heardHz + 60.0);
-    EXPECT_GT (tone, 1000.0 * bandPower (middle, rate, other - 60.0, other + 60.0));
-    EXPECT_GT (tone, 1000.0 * bandPower (middle, rate, heardHz * 1.5 - 60.0, heardHz * 1.5 + 60.0));
+    const auto power = [&] (double hz) { return bandPower (middle, rate, hz - 60.0, hz + 60.0); };
+    EXPECT_GT (power (heardHz), 1000.0 * power (heardHz == 1000.0 ? 2000.0 : 1000.0));
+    EXPECT_GT (power (heardHz), 1000.0 * power (heardHz * 1.5));
     EXPECT_EQ (longestZeroRun (middle), 0);
-    e.setStretcher (nullptr);
 }
 
 INSTANTIATE_TEST_SUITE_P (Stretches, DeckEngineStretch,
@@ -217,26 +218,16 @@ INSTANTIATE_TEST_SUITE_P (Stretches, DeckEngineStretch,
 
 TEST (DeckEngine, ADeviceRateChangeRebuildsTheStretcherWithItsRatios)
 {
-    Deck deck (ramp (44100 * 2));
-    auto& e = deck.engine;
-    TimeStretcher stretcher;
-    e.setStretcher (&stretcher);
-    e.prepare (block, rate);
-    stretcher.setTimeRatio (0.5);
-    stretcher.setPitchScale (1.5);
-    e.timeStretchOn = true;
-    ASSERT_TRUE (pumpUntil ([&] { return e.transport.getNumBufferedSamples() > 4096; }, 3000));
-    deck.play();
-    run ([&] (const auto& info) { e.process (info); }, 20);
-    ASSERT_GT (stretcher.getStretcher()->available(), 0);
+    StretchedDeck deck (ramp (44100 * 2), 0.5, 1.5);
+    run ([&] (const auto& info) { deck.engine.process (info); }, 20);
+    ASSERT_GT (deck.stretcher.getStretcher()->available(), 0);
 
-    e.prepare (block, 48000.0);
-    auto* rebuilt = stretcher.getStretcher();
+    deck.engine.prepare (block, 48000.0);
+    auto* rebuilt = deck.stretcher.getStretcher();
     EXPECT_EQ (rebuilt->available(), 0) << "a new stretcher holds no audio";
     EXPECT_EQ (rebuilt->getChannelCount(), (size_t) DeckEngine::numChannels);
     EXPECT_EQ (rebuilt->getTimeRatio(), 0.5);
     EXPECT_EQ (rebuilt->getPitchScale(), 1.5);
-    e.setStretcher (nullptr);
 }
 
 TEST (MasterEngine, OneDeckPerBlockHandsOverUntilTheStopLandsThenTheMasterStages)

@@ -1,4 +1,5 @@
 #include "dsp/panels/LimiterComponent.h"
+#include "support/TestAudio.h"
 
 #include <gtest/gtest.h>
 
@@ -22,8 +23,7 @@ struct LimiterPanel : ::testing::Test
     /** A block of a constant `level`, then the interface tick. */
     void play (float level)
     {
-        for (int c = 0; c < 2; ++c)
-            juce::FloatVectorOperations::fill (block.getWritePointer (c), level, block.getNumSamples());
+        block = MarlodeTest::makeBuffer (2, 441, [=] (int, int) { return level; });
         panel.limiter.process (juce::AudioSourceChannelInfo (&block, 0, block.getNumSamples()));
         panel.timerRelayCallback();
     }
@@ -40,7 +40,6 @@ TEST_F (LimiterPanel, TheMaskUncoversTheBarFromTheLeftInProportionToTheReduction
     play (4.0f); // 12.04 dB: half of the 24 the bar spans
     EXPECT_NEAR (maskWidth(), barWidth() * (24.0f - 12.04f) / 24.0f, 0.1f);
     EXPECT_FLOAT_EQ (panel.getMaskBounds().getRight(), (float) panel.getBarBounds().getRight());
-    EXPECT_FLOAT_EQ (panel.getMaskBounds().getY(), (float) panel.getBarBounds().getY());
 
     play (1000.0f);
     EXPECT_NEAR (maskWidth(), 0.0f, 1e-3f) << "full scale at the cap";
@@ -48,22 +47,19 @@ TEST_F (LimiterPanel, TheMaskUncoversTheBarFromTheLeftInProportionToTheReduction
 
 TEST_F (LimiterPanel, AStoppedDeckOrASwitchedOffLimiterShowsNoReductionAtOnce)
 {
-    play (4.0f);
-    ASSERT_LT (maskWidth(), barWidth() * 0.6f);
-
-    playing = false;
-    panel.timerRelayCallback();
-    EXPECT_FLOAT_EQ (maskWidth(), barWidth());
-    EXPECT_EQ (panel.limiter.getReductionDb(), 0.0f);
-    EXPECT_FALSE (panel.limiter.takeUpdate());
-
-    playing = true;
-    play (4.0f);
-    ASSERT_LT (maskWidth(), barWidth() * 0.6f);
-    panel.onButton.setToggleState (false, juce::sendNotificationSync);
-    EXPECT_FALSE (panel.limiter.isLimiterOn());
-    panel.timerRelayCallback();
-    EXPECT_FLOAT_EQ (maskWidth(), barWidth());
+    const std::function<void()> stops[] { [&] { playing = false; },
+                                          [&] { panel.onButton.setToggleState (false, juce::sendNotificationSync); } };
+    for (const auto& stop : stops)
+    {
+        play (4.0f);
+        ASSERT_LT (maskWidth(), barWidth() * 0.6f);
+        stop();
+        panel.timerRelayCallback();
+        EXPECT_FLOAT_EQ (maskWidth(), barWidth());
+        EXPECT_EQ (panel.limiter.getReductionDb(), 0.0f);
+        EXPECT_FALSE (panel.limiter.takeUpdate());
+        playing = true;
+    }
 }
 
 TEST_F (LimiterPanel, ControlsDimWhileOffAndDriveTheStage)
@@ -72,6 +68,7 @@ TEST_F (LimiterPanel, ControlsDimWhileOffAndDriveTheStage)
     EXPECT_EQ (panel.getBarColour().getFloatAlpha(), 1.0f);
 
     panel.onButton.setToggleState (false, juce::sendNotificationSync);
+    EXPECT_FALSE (panel.limiter.isLimiterOn());
     for (auto* s : { (juce::Slider*) &panel.inputSlider, (juce::Slider*) &panel.thresholdSlider,
                      (juce::Slider*) &panel.releaseSlider, (juce::Slider*) &panel.outputSlider })
         EXPECT_NEAR (s->getAlpha(), 0.25f, 0.01f);
@@ -85,7 +82,5 @@ TEST_F (LimiterPanel, ControlsDimWhileOffAndDriveTheStage)
     EXPECT_NEAR (panel.limiter.limiter.getLimit(), 0.501, 0.001);
     panel.releaseSlider.setValue (250.0, juce::sendNotificationSync);
     EXPECT_EQ (panel.limiter.limiter.getReleaseMs(), 250.0);
-    EXPECT_EQ (panel.releaseSlider.getTextFromValue (250.0), "250 ms");
-    EXPECT_EQ (panel.inputSlider.getTextFromValue (-3.26), "-3.3 dB");
 }
 } // namespace
