@@ -177,13 +177,6 @@ EQBandValues ParametricEqualiser::getBand (int index) const
     return juce::isPositiveAndBelow (index, (int) bands.size()) ? bands[(size_t) index].values : EQBandValues {};
 }
 
-ParametricEqualiser::Coefficients ParametricEqualiser::getCoefficients (int index) const
-{
-    const std::scoped_lock lock (writerLock);
-    return juce::isPositiveAndBelow (index, (int) bands.size()) ? bands[(size_t) index].published.coefficients
-                                                                : PublishedBand {}.coefficients;
-}
-
 template <typename Change>
 void ParametricEqualiser::editOutput (Change&& change)
 {
@@ -202,11 +195,6 @@ Value ParametricEqualiser::readOutput (Value Snapshot::*field) const
 void ParametricEqualiser::setBandsOn (bool on)
 {
     editOutput ([on] (Snapshot& s) { s.bandsOn = on; });
-}
-
-bool ParametricEqualiser::areBandsOn() const
-{
-    return readOutput (&Snapshot::bandsOn);
 }
 
 void ParametricEqualiser::setOutputGain (float linearGain)
@@ -330,7 +318,7 @@ void ParametricEqualiser::process (const juce::AudioSourceChannelInfo& info) noe
             for (int ch = 0; ch < 2; ++ch)
             {
                 const auto side = (float) (ch == 0 ? s.panLeft : s.panRight);
-                auto factor = lastFactor.load (std::memory_order_relaxed);
+                auto factor = lastFactor;
 
                 if (s.applyGain && s.applyPan)
                     factor = s.outputGain * side;
@@ -339,7 +327,7 @@ void ParametricEqualiser::process (const juce::AudioSourceChannelInfo& info) noe
                 else if (s.applyPan)
                     factor = side;
 
-                lastFactor.store (factor, std::memory_order_relaxed);
+                lastFactor = factor;
                 if (! clear)
                     juce::FloatVectorOperations::multiply (buffer->getWritePointer (ch, info.startSample), factor, n);
             }

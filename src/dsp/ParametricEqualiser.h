@@ -64,11 +64,9 @@ public:
 
     [[nodiscard]] int getNumBands() const;
     [[nodiscard]] EQBandValues getBand (int index) const;
-    [[nodiscard]] Coefficients getCoefficients (int index) const;
 
     /** The master toggle: off leaves the bands out (the output stage and the tap still run). */
     void setBandsOn (bool);
-    [[nodiscard]] bool areBandsOn() const;
 
     void setOutputGain (float linearGain);
     [[nodiscard]] float getOutputGain() const;
@@ -99,7 +97,6 @@ public:
     SpectrumFeed spectrum;
 
     /** The audio thread's last channel factor of the output stage (tests). */
-    [[nodiscard]] float getLastFactor() const noexcept { return lastFactor.load (std::memory_order_relaxed); }
 
 private:
     struct PublishedBand
@@ -157,8 +154,8 @@ private:
 
     // Written by prepare, read by the editor's curve and the block's design.
     std::atomic<double> sampleRate { 44100.0 };
-    // The audio thread writes it each stereo block; tests read it.
-    std::atomic<float> lastFactor { 1.0f };
+    // The factor the output stage last used on a channel; audio thread only.
+    float lastFactor = 1.0f;
     // Written by the editor, read by the block.
     std::atomic<bool> spectrumWanted { false };
 

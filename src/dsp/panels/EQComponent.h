@@ -47,8 +47,6 @@ public:
     [[nodiscard]] EQBandButton& getBandButton (int index) const { return *bandButtons[(size_t) index]; }
 
     [[nodiscard]] juce::Rectangle<int> getPlotBounds() const noexcept { return plot; }
-    [[nodiscard]] bool isAnyBandOn() const noexcept { return anyBandOn; }
-    [[nodiscard]] bool isGainActive() const noexcept { return gainActive; }
 
     void timerRelayCallback() override;
     void paint (juce::Graphics&) override;
