@@ -14,7 +14,7 @@ FORMAT_CHECK ?= 1
 TEST_CONFIG = -DCMAKE_BUILD_TYPE=Release -DMARLODE_CHECKED=ON -DMARLODE_BENCHMARKS=OFF
 CTEST = scripts/with-test-env.sh ctest --output-on-failure $(CTEST_ARGS) --test-dir
 
-.PHONY: all setup configure build run format check-format test asan tsan bench fuzz clean
+.PHONY: all setup configure build run format check-format test asan tsan bench conformance fuzz clean
 
 all: build
 
@@ -68,6 +68,10 @@ tsan: setup $(TSAN_DIR)/CMakeCache.txt
 
 bench: build
 	$(BUILD_DIR)/marlode_bench --benchmark_color=false
+
+# The EBU loudness test signals through marlode-analyse; `make conformance MARKDOWN=1` prints the README's table.
+conformance: build
+	$(BUILD_DIR)/marlode-conformance $(if $(MARKDOWN),--markdown) $(BUILD_DIR)/marlode-analyse
 
 # libFuzzer over outside XML, in its own clang tree, for FUZZ_SECONDS; new inputs go to
 # $(FUZZ_DIR)/corpus, crashes and timeouts to $(FUZZ_DIR)/findings. Not part of `make test`.

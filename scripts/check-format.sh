@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks every C++ file of src/, tests/, bench/ and fuzz/ against .clang-format and names those that
+# Checks every C++ file of src/, tests/, bench/, fuzz/ and scripts/ against .clang-format and names those that
 # differ; with --fix, formats them in place instead (`make format`). clang-format-14 is the version
 # pinned here, since another one may lay out the same file differently.
 set -euo pipefail
@@ -12,7 +12,7 @@ if ! command -v "$clangFormat" > /dev/null; then
     exit 2
 fi
 
-mapfile -d '' files < <(find src tests bench fuzz -type f \( -name '*.cpp' -o -name '*.h' \) -print0 | sort -z)
+mapfile -d '' files < <(find src tests bench fuzz scripts -type f \( -name '*.cpp' -o -name '*.h' \) -print0 | sort -z)
 
 if [ "${1:-}" = "--fix" ]; then
     "$clangFormat" -i "${files[@]}"

@@ -43,6 +43,12 @@ const Column columns[] = {
     { "Peak R", "peak_right_db", [] (const TrackAnalysisResults& r) { return r.peakRight; } },
 };
 
+// JSON only: the panel doesn't show them, the loudness conformance cases need them.
+const Column jsonOnlyColumns[] = {
+    { "M max", "momentary_max_lufs", [] (const TrackAnalysisResults& r) { return (double) r.momentaryMax; } },
+    { "S max", "short_term_max_lufs", [] (const TrackAnalysisResults& r) { return (double) r.shortTermMax; } },
+};
+
 constexpr int columnWidth = 9;
 
 const char* usage = "Usage: marlode-analyse [--json|--csv] FILE...\n"
@@ -52,7 +58,7 @@ const char* usage = "Usage: marlode-analyse [--json|--csv] FILE...\n"
                     "Files are measured in parallel, one per core. A file that can't be measured is reported on stderr\n"
                     "and left out of the output, and the exit status is then 1.\n"
                     "  --csv    comma-separated values with a header line\n"
-                    "  --json   a JSON array of objects\n"
+                    "  --json   a JSON array of objects, with the maximum momentary and short-term loudness besides\n"
                     "  --help   this text\n";
 
 /** One file of the command line, filled by a worker and printed by the main thread. */
@@ -97,6 +103,8 @@ juce::String row (Form form, const Job& job)
 
     line << "  {\"file\": " << juce::JSON::toString (job.name) << ", \"channels\": " << job.results.numChannels;
     for (const auto& c : columns)
+        line << ", \"" << c.key << "\": " << number (c.value (job.results));
+    for (const auto& c : jsonOnlyColumns)
         line << ", \"" << c.key << "\": " << number (c.value (job.results));
     return line << "}";
 }

@@ -76,6 +76,8 @@ TrackAnalysisResults TrackAnalysis::analyse (juce::AudioFormatReader& reader)
     results.lufs = loudnessMeter.getIntegratedLoudness();
     results.loudnessRange = loudnessMeter.getLoudnessRange();
     results.truePeakMax = truePeakMeter.getPeakDb();
+    results.momentaryMax = loudnessMeter.getMaximumMomentaryLoudness();
+    results.shortTermMax = loudnessMeter.getMaximumShortTermLoudness();
     results.rmsLeft = decibels (rmsSum[0] / count);
     results.rmsRight = decibels (rmsSum[1] / count);
     // A right channel that added nothing is a mono file: its left is the whole programme.

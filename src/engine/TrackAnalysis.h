@@ -20,6 +20,8 @@ struct TrackAnalysisResults
     float lufs = -100.0f;        // integrated loudness, LUFS
     float loudnessRange = 0.0f;  // LU
     float truePeakMax = -100.0f; // dBTP
+    // The loudest 400 ms and 3 s windows, LUFS: not shown in the panel, printed for conformance checks.
+    float momentaryMax = -300.0f, shortTermMax = -300.0f;
     double rmsLeft = -100.0, rmsRight = -100.0, rmsStereo = -100.0;
     double peakLeft = -100.0, peakRight = -100.0;
     juce::String error;
