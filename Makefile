@@ -7,6 +7,7 @@ ASAN_DIR ?= build-asan
 TSAN_DIR ?= build-tsan
 JOBS ?= $(shell nproc)
 FILES ?=
+PREFIX ?= /usr/local
 CTEST_ARGS ?=
 # `make test FORMAT_CHECK=0` skips the layout check, for a tree not yet run through `make format`.
 FORMAT_CHECK ?= 1
@@ -14,7 +15,7 @@ FORMAT_CHECK ?= 1
 TEST_CONFIG = -DCMAKE_BUILD_TYPE=Release -DMARLODE_CHECKED=ON -DMARLODE_BENCHMARKS=OFF
 CTEST = scripts/with-test-env.sh ctest --output-on-failure $(CTEST_ARGS) --test-dir
 
-.PHONY: all setup configure build run format check-format test asan tsan bench conformance fuzz clean
+.PHONY: all setup configure build run install uninstall deb format check-format test asan tsan bench conformance fuzz clean
 
 all: build
 
@@ -40,6 +41,18 @@ build: configure
 
 run: build
 	$(BUILD_DIR)/Marlode $(FILES)
+
+# Into PREFIX (needs root for /usr/local: `sudo make install` after `make build`); `make uninstall`
+# removes exactly what the last install from this build put there.
+install: build
+	cmake --install $(BUILD_DIR) --prefix $(PREFIX)
+
+uninstall:
+	scripts/uninstall.sh $(BUILD_DIR)/install_manifest.txt
+
+# build/marlode_<version>_<arch>.deb, its dependencies read off the programs.
+deb: build
+	cd $(BUILD_DIR) && cpack -G DEB
 
 format: setup
 	scripts/check-format.sh --fix

@@ -13,6 +13,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev libebur128-dev
   clang libclang-rt-14-dev clang-format-14
   jackd2 xvfb xauth x11-utils xdotool python3 iproute2
+  librsvg2-bin desktop-file-utils appstream dpkg-dev
 )
 
 missing=()

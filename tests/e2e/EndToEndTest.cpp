@@ -442,6 +442,30 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
 
 //==============================================================================
 
+TEST_F (EndToEnd, OpenWithFromTheDesktopEntryHandsEveryFileToTheRunningCopy)
+{
+    MARLODE_SKIP_WITHOUT_REAL_TIME();
+
+    // As a file manager does it: GLib reads our desktop entry and runs its Exec line with the files.
+    const auto desktopEntry = juce::File (MARLODE_SOURCE_DIR).getChildFile ("packaging/org.marlode.Marlode.desktop");
+    const juce::File files[] = { tone ("my mix (final) v2.wav", 0.2f),
+                                 tone (juce::String (juce::CharPointer_UTF8 ("\xc3\xbcn\xc3\xaf c\xc3\xb8"
+                                                                             "d\xc3\xa9 \xe2\x99\xab.wav")),
+                                       0.3f) };
+
+    ASSERT_NO_FATAL_FAILURE (launch ({}));
+    const auto binFolder = juce::File (MARLODE_BINARY).getParentDirectory().getFullPathName();
+    run ({ "env", "HOME=" + home.getFullPathName(),
+           "PATH=" + binFolder + ":" + juce::SystemStats::getEnvironmentVariable ("PATH", {}), "gio", "launch",
+           desktopEntry.getFullPathName(), files[0].getFullPathName(), files[1].getFullPathName() });
+
+    EXPECT_TRUE (waitForPeak (0.2f)) << "the first file didn't reach the running copy";
+    press (window, "x");
+    EXPECT_TRUE (waitForPeak (0.3f)) << "the second file didn't reach the running copy";
+    EXPECT_EQ (countWindows ("Marlode"), 1);
+    quitWithCtrlQ();
+}
+
 TEST_F (EndToEnd, EachAccountHasItsOwnInstanceAndLaterLaunchesReachOnlyTheirOwn)
 {
     // Two HOMEs stand for two accounts logged into one machine; each instance has its own JACK
