@@ -37,8 +37,8 @@ std::unique_ptr<juce::AudioFormatReader> openMp3 (const juce::File& file)
 
 juce::AudioBuffer<float> readRange (juce::AudioFormatReader& reader, juce::int64 start, int count)
 {
-    juce::AudioBuffer<float> buffer ((int) reader.numChannels, count);
-    buffer.clear();
+    // A mark no decoder gives, so a sample the reader left unwritten shows.
+    auto buffer = makeBuffer ((int) reader.numChannels, count, [] (int, int) { return 9.0f; });
     reader.read (&buffer, 0, count, start, true, true);
     return buffer;
 }
