@@ -75,7 +75,6 @@ namespace
         bool open()
         {
             mpg123_param (handle, MPG123_ADD_FLAGS, MPG123_GAPLESS | MPG123_QUIET, 0.0);
-            mpg123_param (handle, MPG123_PREFRAMES, 4, 0.0);
             mpg123_format_none (handle);
 
             const long* rates = nullptr;
