@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake pkg-config ccache
   juce-modules-source librubberband-dev
-  libflac-dev libvorbis-dev libogg-dev libasound2-dev libjack-jackd2-dev libcurl4-gnutls-dev
+  libflac-dev libvorbis-dev libmpg123-dev lame libogg-dev libasound2-dev libjack-jackd2-dev libcurl4-gnutls-dev
   libfreetype-dev libpng-dev libjpeg62-turbo-dev
   libx11-dev libxrandr-dev libxinerama-dev libxext-dev libxcursor-dev libxrender-dev libxcomposite-dev
   fonts-dejavu-core fontconfig-config

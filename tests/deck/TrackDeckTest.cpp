@@ -188,3 +188,28 @@ TEST_F (TrackDeckTest, HostileFilesLeaveTheLoadedTrackAsItWasWithTheUnreadableMe
 
     EXPECT_TRUE (h.player().hasTrack());
 }
+
+TEST_F (TrackDeckTest, AnMp3ShowsItsFactsAndPlaysToItsEnd)
+{
+    const auto mp3 = writeMp3 (temp.file ("tone.mp3"), 44100.0, 2, 44100 + 4410,
+                               [] (int, int i) { return 0.4f * (float) std::sin (i * 0.0627); });
+    ASSERT_TRUE (mp3.existsAsFile());
+    h.deck.waveform.playNextButton.setToggleState (false, juce::dontSendNotification);
+    ASSERT_TRUE (h.load (mp3));
+
+    const auto rows = h.deck.playlist.getSelectedRows();
+    ASSERT_EQ (rows.size(), 1u);
+    EXPECT_EQ (PlaylistComponent::getCellText (*rows[0], 4), "MP3");
+    EXPECT_EQ (PlaylistComponent::getCellText (*rows[0], 9), "");
+    EXPECT_EQ (PlaylistComponent::getCellText (*rows[0], 8), "44100");
+    EXPECT_EQ (PlaylistComponent::getCellText (*rows[0], 7), "2");
+    EXPECT_EQ (PlaylistComponent::getCellText (*rows[0], 6), "00:00:01");
+
+    FakeDevice device ([&] (const juce::AudioSourceChannelInfo& info) { h.deck.engine.process (info); });
+    h.player().playButtonClicked();
+    ASSERT_TRUE (pumpUntil ([&] { return position() > 0.5; }, 3000));
+    const auto peak = device.takePeak();
+    EXPECT_GT (peak, 0.3f) << "the tone is heard";
+    EXPECT_LT (peak, 0.5f);
+    ASSERT_TRUE (pumpUntil ([&] { return h.player().getState() == TransportState::Stopped; }, 3000));
+}

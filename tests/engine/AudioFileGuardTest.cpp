@@ -1,4 +1,5 @@
 #include "engine/AudioFileGuard.h"
+#include "engine/SharedFormatManager.h"
 #include "support/HostileFiles.h"
 #include "support/TestAudio.h"
 
@@ -64,8 +65,7 @@ TEST (AudioFileGuard, GenuineFilesOfEveryFormatPassAndReadAsTheFrameworkReadsThe
 TEST (AudioFileGuard, HostileFilesAreRefusedBeforeAnyReaderSizesFromThem)
 {
     TempFolder temp;
-    juce::AudioFormatManager formats;
-    formats.registerBasicFormats();
+    SharedFormatManager formats;
     int refused = 0;
 
     for (const auto& hostile : writeHostileAudio (temp.folder))

@@ -221,12 +221,14 @@ std::vector<HostileFile> writeHostileAudio (const juce::File& folder)
     std::memset (streamInfo + 22, 0xff, 4);
     add (save (named ("4 billion frames.flac"), flac));
 
-    // An MP3 frame whose Xing header claims two billion frames, and an ID3 tag with nothing after.
+    // An MP3 frame whose Xing header claims two billion frames before eight silent ones: the
+    // decoder counts the frames itself, so this reads as the short silence it holds. And an ID3
+    // tag with nothing after.
     Bytes xing;
     xing.raw ({ 0xff, 0xfb, 0x90, 0x40 }).zeros (32).text ("Xing").be32 (1).be32 (0x7fffffff).zeros (417 - 48);
     for (int frame = 0; frame < 8; ++frame)
         xing.raw ({ 0xff, 0xfb, 0x90, 0x40 }).zeros (417 - 4);
-    add (xing.saveAs (named ("2 billion frames.mp3")));
+    add (xing.saveAs (named ("2 billion frames.mp3")), false);
     Bytes id3;
     id3.text ("ID3").raw ({ 3, 0, 0, 0, 0, 0, 10 }).zeros (10);
     add (id3.saveAs (named ("tag only.mp3")));

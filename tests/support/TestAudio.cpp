@@ -1,5 +1,6 @@
 #include "support/TestAudio.h"
 #include "support/WaitFor.h"
+#include "engine/SharedFormatManager.h"
 
 #include <juce_dsp/juce_dsp.h>
 
@@ -59,6 +60,24 @@ float sweep (int channel, int index, double sampleRate)
     return (float) (0.5 * std::sin (2.0 * juce::MathConstants<double>::pi * (base * t + 20.0 * t * t)));
 }
 
+juce::File writeMp3 (const juce::File& file, double sampleRate, int channels, int numSamples,
+                     const std::function<float (int channel, int index)>& generator, int kbps)
+{
+    const auto source = writeWav (file.withFileExtension (".source.wav"), sampleRate, channels, numSamples, generator, 16);
+    juce::ChildProcess lame;
+    file.deleteFile();
+
+    const auto encoded = lame.start (juce::StringArray { "lame", "--quiet", "--cbr", "-b", juce::String (kbps),
+                                                         source.getFullPathName(), file.getFullPathName() })
+                         && lame.waitForProcessToFinish (60000) && lame.getExitCode() == 0;
+
+    if (! encoded)
+        file.deleteFile();
+
+    source.deleteFile();
+    return file;
+}
+
 float noise (int channel, int index)
 {
     const auto h = (std::uint32_t) index * 2654435761u ^ (std::uint32_t) channel * 40503u;
@@ -80,7 +99,7 @@ int longestZeroRun (const std::vector<float>& samples)
 juce::AudioBuffer<float> readAll (const juce::File& file, double* sampleRate)
 {
     juce::AudioFormatManager formats;
-    formats.registerBasicFormats();
+    Marlode::SharedFormatManager::registerPlayerFormats (formats);
     std::unique_ptr<juce::AudioFormatReader> reader (formats.createReaderFor (file));
 
     if (reader == nullptr)

@@ -26,6 +26,11 @@ juce::AudioBuffer<float> makeBuffer (int channels, int numSamples,
 juce::File writeWav (const juce::File& file, double sampleRate, int channels, int numSamples,
                      const std::function<float (int channel, int index)>& generator, int bitsPerSample = 24);
 
+/** Encodes a WAV like `writeWav`'s (16-bit) to an MP3 with the lame encoder, at `kbps` constant
+    bit rate; a failed encoding leaves no file. */
+juce::File writeMp3 (const juce::File& file, double sampleRate, int channels, int numSamples,
+                     const std::function<float (int channel, int index)>& generator, int kbps = 192);
+
 /** A sine with a slowly changing frequency, different per channel: no two places look alike,
     so alignment by correlation has one clear answer. */
 float sweep (int channel, int index, double sampleRate);
