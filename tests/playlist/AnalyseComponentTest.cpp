@@ -1,5 +1,6 @@
-#include "playlist/AnalyseComponent.h"
+#include "playlist/PlaylistComponent.h"
 #include "support/TestAudio.h"
+#include "support/TestEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -155,4 +156,38 @@ TEST_F (AnalysePanel, ItemsStoreUnderTheirNamesInUpperCase)
     EXPECT_EQ (names[0], "PLAYLIST_POSITION_VIEW");
     EXPECT_EQ (names[14], "PEAK_LEFT_VIEW");
     EXPECT_EQ (names[16], "TIME_VIEW");
+}
+
+TEST (AnalysePanelBeside, TheBarMovesThePanelsLeftEdgeWithinLimits)
+{
+    juce::AudioFormatManager formats;
+    PopupDisplayComponent* activePopup = nullptr;
+    PlaylistComponent playlist { formats, activePopup };
+    playlist.setSize (1000, 400);
+    EXPECT_EQ (playlist.table.getWidth(), 1000) << "the panel starts hidden";
+
+    playlist.showAnalysePanel (true);
+    auto& bar = playlist.analyseResizeBar;
+    const auto edge = playlist.analysePanel.getX();
+    ASSERT_EQ (bar.getRight(), edge);
+    EXPECT_EQ (playlist.table.getRight(), bar.getX());
+
+    auto drag = [&] (int dx)
+    {
+        const juce::Point<float> start (3.0f, 100.0f);
+        bar.mouseDown (mouseAt (bar, start));
+        bar.mouseDrag (juce::MouseEvent (juce::Desktop::getInstance().getMainMouseSource(), start.translated ((float) dx, 0.0f),
+                                         {}, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, &bar, &bar, juce::Time(), start, juce::Time(), 1,
+                                         false));
+    };
+
+    drag (-120);
+    EXPECT_EQ (playlist.analysePanel.getX(), edge - 120);
+    EXPECT_EQ (playlist.analysePanelWidth, playlist.analysePanel.getWidth()) << "kept for the session";
+    EXPECT_EQ (playlist.table.getRight(), bar.getX());
+
+    drag (2000);
+    EXPECT_EQ (playlist.analysePanel.getWidth(), PlaylistComponent::minimumAnalysePanelWidth);
+    drag (-5000);
+    EXPECT_EQ (playlist.table.getWidth(), PlaylistComponent::minimumTableWidth);
 }
