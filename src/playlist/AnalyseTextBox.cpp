@@ -104,7 +104,7 @@ void TextBox::resized()
             continue;
 
         const juce::Rectangle<int> name (0, y, nameColumn, rowHeight);
-        itemRects.push_back ({ &item, { name, name.withX (nameColumn).withWidth (getWidth() - nameColumn) } });
+        itemRects.push_back ({ &item, name, name.withX (nameColumn).withWidth (getWidth() - nameColumn) });
         y += rowHeight;
     }
 }
@@ -122,10 +122,10 @@ void TextBox::paint (juce::Graphics& g)
 
     g.drawText (titleText, getLocalBounds().withHeight (rowHeight), juce::Justification::centred, true);
 
-    for (const auto& [item, rects] : itemRects)
+    for (const auto& line : itemRects)
     {
-        g.drawText (item->name + ":", rects.first, juce::Justification::centredRight, true);
-        g.drawText (getValueText (item->id), rects.second, juce::Justification::centredLeft, true);
+        g.drawText (line.item->name + ":", line.name, juce::Justification::centredRight, true);
+        g.drawText (getValueText (line.item->id), line.value, juce::Justification::centredLeft, true);
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
-#include <utility>
 #include <vector>
 
 namespace Marlode::Analyse
@@ -58,7 +57,12 @@ private:
     juce::String titleText;
     bool statusMode = true, showsTotals = false;
     juce::String statusText;
-    std::vector<std::pair<const AnalyseItem*, std::pair<juce::Rectangle<int>, juce::Rectangle<int>>>> itemRects;
+    struct ItemRects
+    {
+        const AnalyseItem* item;
+        juce::Rectangle<int> name, value;
+    };
+    std::vector<ItemRects> itemRects; // one a shown item
     int rowHeight = 20;
     int itemsHeight = 0, statusHeight = 0;
 

@@ -191,3 +191,28 @@ TEST (AnalysePanelBeside, TheBarMovesThePanelsLeftEdgeWithinLimits)
     drag (-5000);
     EXPECT_EQ (playlist.table.getWidth(), PlaylistComponent::minimumTableWidth);
 }
+
+TEST_F (AnalysePanel, OptionsOpenOverTheWindowAfterClosingAnotherPopup)
+{
+    juce::Component window;
+    window.setSize (1000, 700);
+    window.addAndMakeVisible (panel);
+
+    PopupDisplayComponent other { 300, 200, activePopup };
+    bool otherClosed = false;
+    other.onClose = [&] { otherClosed = true; };
+    window.addChildComponent (other);
+    other.show();
+    ASSERT_EQ (activePopup, &other);
+
+    panel.optionsButton.triggerClick();
+    pumpMessages (20);
+
+    EXPECT_EQ (options.getParentComponent(), &window);
+    EXPECT_TRUE (options.isVisible());
+    EXPECT_EQ (options.getBounds(), window.getLocalBounds());
+    EXPECT_EQ (activePopup, &options);
+    EXPECT_FALSE (other.isVisible());
+    EXPECT_TRUE (otherClosed);
+    EXPECT_EQ (options.title, "Analyse Options");
+}
