@@ -24,7 +24,7 @@ namespace
 }
 
 MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupDisplayComponent*& activePopupSlot)
-    : trackDeck (*formatManager, engine, playlist), playlist (*formatManager),
+    : trackDeck (*formatManager, engine, playlist), playlist (*formatManager, activePopupSlot),
       waveform (*formatManager, engine, waveformBackground), keyMappings (keyMappingsToUse), activePopup (activePopupSlot)
 {
     setWantsKeyboardFocus (true);
@@ -65,6 +65,7 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
     deckEQButton.onClick = [this] { showPanel (Panel::eq); };
     fxButton.onClick = [this] { showPanel (Panel::fx); };
     clearButton.onClick = [this] { playlist.clear(); };
+    analysisButton.onClick = [this] { playlist.showAnalysePanel (analysisButton.getToggleState()); };
 
     resizeBar.onDrag = [this] (int offset) { setResizeDrag (offset); };
 

@@ -1,4 +1,5 @@
 #include "playlist/PlaylistComponent.h"
+#include "playlist/BackgroundAnalyseTrack.h"
 #include "engine/AudioFileGuard.h"
 #include "engine/FormatTime.h"
 #include "state/PlaylistXml.h"
@@ -70,7 +71,8 @@ namespace
     };
 }
 
-PlaylistComponent::PlaylistComponent (juce::AudioFormatManager& formats) : formatManager (formats)
+PlaylistComponent::PlaylistComponent (juce::AudioFormatManager& formats, PopupDisplayComponent*& activePopup)
+    : analyseOptions (activePopup), formatManager (formats)
 {
     setWantsKeyboardFocus (false);
 
@@ -83,6 +85,16 @@ PlaylistComponent::PlaylistComponent (juce::AudioFormatManager& formats) : forma
     table.setColour (juce::ListBox::backgroundColourId, sliderBackColour);
     table.setWantsKeyboardFocus (true);
     addAndMakeVisible (table);
+
+    addChildComponent (analysePanel);
+    addChildComponent (analyseResizeBar);
+    analysePanel.analyseButton.onClick = [this] { analyseSelectedRows(); };
+    analyseResizeBar.onPress = [this] { panelWidthAtPress = analysePanel.getWidth(); };
+    analyseResizeBar.onMove = [this] (int pixelsRight)
+    {
+        analysePanelWidth = panelWidthAtPress - pixelsRight;
+        resized();
+    };
 }
 
 PlaylistComponent::~PlaylistComponent()
@@ -264,6 +276,12 @@ std::vector<const PlaylistRow*> PlaylistComponent::getSelectedRows() const
     return selected;
 }
 
+juce::Array<const PlaylistRow*> PlaylistComponent::getSelectedRowArray() const
+{
+    const auto selected = getSelectedRows();
+    return juce::Array<const PlaylistRow*> (selected.data(), (int) selected.size());
+}
+
 juce::StringArray PlaylistComponent::getSelectedPaths() const
 {
     juce::StringArray paths;
@@ -410,11 +428,15 @@ void PlaylistComponent::selectedRowsChanged (int row)
     const auto selected = table.getSelectedRows();
 
     if (rows.empty() || selected.isEmpty())
+    {
+        analysePanel.showResults ({});
         return;
+    }
 
     if (selected.size() == 1)
     {
         anchorRow = row;
+        analysePanel.showResults (getSelectedRowArray());
         return;
     }
 
@@ -431,6 +453,60 @@ void PlaylistComponent::selectedRowsChanged (int row)
         table.deselectAllRows();
         table.selectRow (anchorRow);
     }
+
+    analysePanel.showResults (getSelectedRowArray());
+}
+
+//==============================================================================
+void PlaylistComponent::analyseSelectedRows()
+{
+    const auto selected = table.getSelectedRows();
+    juce::Array<int> unmeasured;
+
+    for (int i = 0; i < selected.size(); ++i)
+        if (auto* r = getRow (selected[i]); r != nullptr && ! r->isAnalysed)
+            unmeasured.add (selected[i]);
+
+    if (! unmeasured.isEmpty())
+    {
+        analysePanel.analyseButton.setEnabled (false);
+        juce::WeakReference<PlaylistComponent> weak (this);
+
+        for (int n = 0; n < unmeasured.size(); ++n)
+        {
+            const auto index = unmeasured[n];
+            const auto file = rows[(size_t) index].file;
+
+            BackgroundAnalyseTrack job (AudioFileGuard::createReader (formatManager, file), file.getFileName(), n + 1,
+                                        unmeasured.size());
+            const bool finished = job.runThread();
+
+            // The modal loop dispatches messages: the list may have gone, or moved under the row.
+            if (weak == nullptr)
+                return;
+            if (job.isCancelAll())
+                break;
+
+            auto* row = index < (int) rows.size() ? &rows[(size_t) index] : nullptr;
+            if (! finished || row == nullptr || row->file != file)
+                continue;
+
+            job.writeResultsTo (*row);
+            table.repaint();
+
+            if (job.getRefusal().isNotEmpty())
+                Alerts::warning ("Warning", job.getRefusal());
+        }
+    }
+
+    analysePanel.showResults (getSelectedRowArray());
+}
+
+void PlaylistComponent::showAnalysePanel (bool shouldShow)
+{
+    analysePanel.setVisible (shouldShow);
+    analyseResizeBar.setVisible (shouldShow);
+    resized();
 }
 
 //==============================================================================
@@ -756,7 +832,16 @@ void PlaylistComponent::restoreTableLayout (const juce::String& layout)
 //==============================================================================
 void PlaylistComponent::resized()
 {
-    table.setBounds (getLocalBounds());
+    auto area = getLocalBounds();
+
+    if (analysePanel.isVisible())
+    {
+        const auto widest = juce::jmax (minimumAnalysePanelWidth, area.getWidth() - minimumTableWidth - resizeBarWidth);
+        analysePanel.setBounds (area.removeFromRight (juce::jlimit (minimumAnalysePanelWidth, widest, analysePanelWidth)));
+        analyseResizeBar.setBounds (area.removeFromRight (resizeBarWidth));
+    }
+
+    table.setBounds (area);
 }
 
 void PlaylistComponent::paint (juce::Graphics& g)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "playlist/AnalyseComponent.h"
+#include "playlist/HorizontalResizeBar.h"
 #include "playlist/PlaylistCursor.h"
 #include "playlist/PlaylistRow.h"
 
@@ -45,7 +47,8 @@ public:
     void addListener (Listener* l) { listeners.add (l); }
     void removeListener (Listener* l) { listeners.remove (l); }
 
-    explicit PlaylistComponent (juce::AudioFormatManager&);
+    /** `activePopup` is the window's one popup slot, which the analyse options share. */
+    PlaylistComponent (juce::AudioFormatManager&, PopupDisplayComponent*& activePopup);
     ~PlaylistComponent() override;
 
     //==============================================================================
@@ -63,6 +66,7 @@ public:
     void clear();
 
     [[nodiscard]] std::vector<const PlaylistRow*> getSelectedRows() const;
+    [[nodiscard]] juce::Array<const PlaylistRow*> getSelectedRowArray() const;
     [[nodiscard]] juce::StringArray getSelectedPaths() const;
 
     [[nodiscard]] int getNumRows() override { return (int) rows.size(); }
@@ -81,6 +85,13 @@ public:
 
     /** The text of a cell: columns 1 to 9 of the table, 10 to 17 the analysis values. */
     [[nodiscard]] static juce::String getCellText (const PlaylistRow&, int columnId);
+
+    /** Measures the selected rows not yet analysed, one modal progress window each, in list
+        order; "Cancel All" keeps the rows finished before. Then shows the selection's results. */
+    void analyseSelectedRows();
+
+    /** Shows or hides the analyse panel beside the table. */
+    void showAnalysePanel (bool shouldShow);
 
     /** Where a drag at this y (in this component) would insert: 0 to the row count. */
     [[nodiscard]] int dropIndexAt (int x, int y) const;
@@ -153,6 +164,15 @@ public:
     /** Turns dropped paths into the supported ones (folders expanded, others reported). */
     std::function<juce::StringArray (const juce::StringArray&)> fileFilter;
 
+    Analyse::OptionsComponent analyseOptions;
+    Analyse::Component analysePanel { analyseOptions };
+    HorizontalResizeBar analyseResizeBar;
+
+    /** The analyse panel's width in pixels, set by its resize bar; the session keeps it. */
+    int analysePanelWidth = defaultAnalysePanelWidth;
+
+    static constexpr int defaultAnalysePanelWidth = 300, minimumAnalysePanelWidth = 150, minimumTableWidth = 200,
+                         resizeBarWidth = 6;
     static constexpr int rowHeight = 22;
     static constexpr int minimumColumnWidth = 20, maximumColumnWidth = 1000;
 
@@ -169,6 +189,7 @@ private:
     int loadedRow = -1;
     bool playingIndicator = false;
     int anchorRow = -1;
+    int panelWidthAtPress = defaultAnalysePanelWidth;
 
     bool isFileDragActive = false, isRowDragActive = false;
     int dropIndex = -1;

@@ -48,11 +48,7 @@ TEST (DeckEqualiser, AHighPassSetByMouseCutsTheLowsOnTheDevice)
         writeWav (temp.file ("pink.wav"), 44100.0, 2, (int) pink.size(), [&] (int, int i) { return pink[(size_t) i]; });
 
     DeviceApp app;
-    app.openOutputDevice();
-    app.setBounds (0, 0, 1100, 800);
-    app.addToDesktop (0);
-    app.setVisible (true);
-    ASSERT_TRUE (pumpUntil ([&] { return app.getPeer() != nullptr && app.isShowing(); }, 3000));
+    ASSERT_TRUE (app.openOnDesktop (1100, 800));
     JackRecorder recorder ("marlode-eq-recorder", 10.0);
     ASSERT_TRUE (recorder.connectTo ("Marlode", 5000));
 

@@ -15,7 +15,8 @@ struct PlaylistTest : ::testing::Test
     TempFolder temp;
     AlertRecorder alerts;
     juce::AudioFormatManager formats;
-    PlaylistComponent playlist { formats };
+    PopupDisplayComponent* activePopup = nullptr;
+    PlaylistComponent playlist { formats, activePopup };
     juce::StringArray messages;
 
     struct Recorder : PlaylistComponent::Listener
@@ -247,7 +248,7 @@ TEST_F (PlaylistTest, TableLayoutRoundTripsAndHostileLayoutsAreTamed)
     const auto layout = playlist.getTableLayout();
     EXPECT_TRUE (layout.startsWith ("<TABLELAYOUT sortedCol=\"8\" sortForwards=\"0\">"));
 
-    PlaylistComponent other { formats };
+    PlaylistComponent other { formats, activePopup };
     other.restoreTableLayout (layout);
     EXPECT_EQ (other.getTableLayout(), layout);
 

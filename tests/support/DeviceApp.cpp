@@ -29,6 +29,15 @@ void DeviceApp::runBlock (const juce::AudioSourceChannelInfo& info)
     MainAudioAppComponent::getNextAudioBlock (info);
 }
 
+bool DeviceApp::openOnDesktop (int width, int height)
+{
+    openOutputDevice();
+    setBounds (0, 0, width, height);
+    addToDesktop (0);
+    setVisible (true);
+    return pumpUntil ([this] { return getPeer() != nullptr && isShowing(); }, 3000);
+}
+
 bool DeviceApp::waitForCallbacks (int n, int timeoutMs)
 {
     const auto target = callbacks.load() + n;

@@ -20,6 +20,10 @@ struct DeviceApp : Marlode::MainAudioAppComponent
     /** Audio thread: the application's own block; a subclass may wrap it. */
     virtual void runBlock (const juce::AudioSourceChannelInfo&);
 
+    /** Opens the device and puts the content in a window of this size on the display; false if
+        it does not come up. */
+    bool openOnDesktop (int width, int height);
+
     /** Pumps messages until `n` more callbacks have run. */
     bool waitForCallbacks (int n, int timeoutMs = 3000);
 
