@@ -36,4 +36,6 @@ jack_wait -w -t 10 >/dev/null 2>&1 || { echo "jackd did not start"; cat "$work/j
 
 # The PIDs are exported so a test can stop or restart a server itself (device loss).
 export MARLODE_TEST_JACKD_PID="$jackd_pid" MARLODE_TEST_XVFB_PID="$xvfb_pid"
+# A start of the application asks a closed port here, never the built-in update service.
+export MARLODE_UPDATE_URL="http://127.0.0.1:9/api/"
 "$@"

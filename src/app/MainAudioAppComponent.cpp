@@ -51,6 +51,11 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
 
     addDeck (nullptr);
 
+    addChildComponent (startupUpdate);
+    addChildComponent (userUpdate);
+    if (storedSettings.getBool (StoredSettings::checkForUpdates, true))
+        startupUpdate.checkForUpdates();
+
     if (openAudioDevice)
         openOutputDevice();
 
@@ -509,7 +514,8 @@ void MainAudioAppComponent::menuItemChosen (int id)
         case 13: addDeck (nullptr); break;
         case 14: deleteDecksWhenStopped (false); break;
         case 15: deleteDecksWhenStopped (true); break;
-        default: break; // help, settings, updates and about come with their panels
+        case 17: userUpdate.checkForUpdates(); break;
+        default: break; // help, settings and about come with their panels
     }
 }
 
@@ -542,6 +548,10 @@ void MainAudioAppComponent::resized()
 
     for (auto* deck : decks)
         deck->setBounds (area);
+
+    // Both stand over the decks: the offer along the bottom, the user's check over everything.
+    startupUpdate.setBounds (area.removeFromBottom (startupUpdateHeight));
+    userUpdate.setBounds (getLocalBounds());
 }
 
 void MainAudioAppComponent::paint (juce::Graphics& g)

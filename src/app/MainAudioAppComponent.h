@@ -6,6 +6,8 @@
 #include "engine/MasterEngine.h"
 #include "ui/TimerRelayBroadcaster.h"
 #include "ui/TitleBarComponent.h"
+#include "update/StartupUpdateComponent.h"
+#include "update/UserUpdateComponent.h"
 #include "dsp/panels/VolumeAndPanComponent.h"
 
 #include <juce_audio_utils/juce_audio_utils.h>
@@ -118,9 +120,12 @@ public:
     bool deleteAllPending = false;
     juce::ApplicationCommandManager commandManager;
     PopupDisplayComponent* activePopup = nullptr;
+    StoredSettings storedSettings;
+    StartupUpdateComponent startupUpdate { storedSettings };
+    UserUpdateComponent userUpdate;
 
     // The window's bar, then the strip with the deck tabs and the master controls.
-    static constexpr int titleBarHeight = 25, masterStripHeight = 50;
+    static constexpr int titleBarHeight = 25, masterStripHeight = 50, startupUpdateHeight = 35;
     static constexpr int titleAreaHeight = titleBarHeight + masterStripHeight;
 
 private:
