@@ -29,14 +29,15 @@ void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
     CrashHandler::install();
 
     // The window fits itself around its content from here on, so the content needs a size first.
-    auto* content = new MainAudioAppComponent();
+    auto* content = new MainAudioAppComponent (true, appDataDirectory.getChildFile ("PreviousState.cfg"));
     content->setSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
     mainWindow->setContentOwned (content, true);
 
     // Keys that reach no focused component arrive at the window itself.
     mainWindow->addKeyListener (content->commandManager.getKeyMappings());
     mainWindow->setResizable (true, false);
-    mainWindow->centreWithSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
+    if (content->windowState.isEmpty() || ! mainWindow->restoreWindowStateFromString (content->windowState))
+        mainWindow->centreWithSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
     mainWindow->setVisible (true);
     mainDocumentWindow = mainWindow.get();
 
@@ -96,6 +97,9 @@ AudioPlayerAppApplication::MainWindow::MainWindow (const juce::String& name) : j
     setTitleBarHeight (0);
 
     constrainer.setMinimumSize (defaultWidth, defaultHeight);
+
+    // A stored window state is outside text: no window larger than any screen, whatever it says.
+    constrainer.setMaximumSize (maximumSize, maximumSize);
     setConstrainer (&constrainer);
 }
 

@@ -47,6 +47,7 @@ public:
 
         static constexpr int defaultWidth = 850;
         static constexpr int defaultHeight = 720;
+        static constexpr int maximumSize = 16384; // pixels, either side
 
     private:
         Marlode::SondrelLookAndFeel lookAndFeel;

@@ -2,6 +2,9 @@
 #include "ui/CommandIDs.h"
 #include "ui/Alerts.h"
 #include "ui/SondrelLookAndFeel.h"
+#include "state/EncryptedXml.h"
+
+#include <cmath>
 
 namespace Marlode
 {
@@ -23,7 +26,8 @@ juce::String MainAudioAppComponent::currentOutputDeviceName()
     return outputDeviceNameSlot();
 }
 
-MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
+MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice, const juce::File& sessionFileToUse)
+    : sessionFile (sessionFileToUse)
 {
     setOpaque (true);
     addAndMakeVisible (titleBar);
@@ -49,7 +53,8 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice)
     masterEQButton.setWantsKeyboardFocus (false);
     masterEQButton.onClick = [this] { outputEQWindow.showWindow(); };
 
-    addDeck (nullptr);
+    restoreSession (sessionFile == juce::File() ? nullptr
+                                                : EncryptedXml::readEncryptedXml (sessionFile, EncryptedXml::sessionKey).get());
 
     addChildComponent (startupUpdate);
     addChildComponent (userUpdate);
@@ -73,6 +78,10 @@ void MainAudioAppComponent::openOutputDevice()
 
 MainAudioAppComponent::~MainAudioAppComponent()
 {
+    // Before anything goes; a session that can't be written is lost without a word.
+    if (sessionFile != juce::File())
+        EncryptedXml::writeEncryptedXml (*createSessionXml(), sessionFile, EncryptedXml::sessionKey);
+
     stopTimer();
     deviceManager.removeChangeListener (this);
     commandManager.setFirstCommandTarget (nullptr);
@@ -187,7 +196,7 @@ void MainAudioAppComponent::setCurrentDeckFromButtons()
 }
 
 //==============================================================================
-void MainAudioAppComponent::addDeck (juce::XmlElement*)
+void MainAudioAppComponent::addDeck (const juce::XmlElement* deckState)
 {
     if (decks.size() >= maxDecks)
         return;
@@ -195,6 +204,10 @@ void MainAudioAppComponent::addDeck (juce::XmlElement*)
     auto* deck = new MainComponent (commandManager.getKeyMappings(), activePopup);
     addChildComponent (deck);
     deck->prepareToPlay (blockSize, (double) sampleRate);
+
+    if (deckState != nullptr)
+        deck->setState (DeckState::fromXml (*deckState));
+
     deck->trackDeck.audioDeviceAvailable = outputDeviceNameSlot() != "None";
     deck->onPlayStateChanged = [this] (MainComponent&) { triggerAsyncUpdate(); };
     relayListeners.add (deck);
@@ -517,6 +530,95 @@ void MainAudioAppComponent::menuItemChosen (int id)
         case 17: userUpdate.checkForUpdates(); break;
         default: break; // help, settings and about come with their panels
     }
+}
+
+//==============================================================================
+namespace
+{
+    const juce::Identifier showWelcomeKey ("show_welcome");
+
+    // A device set-up from the file, without a rate or block size no device could run at.
+    std::unique_ptr<juce::XmlElement> plausibleDeviceSetup (const juce::XmlElement& stored)
+    {
+        auto setup = std::make_unique<juce::XmlElement> (stored);
+
+        if (const auto rate = setup->getDoubleAttribute ("audioDeviceRate"); ! (rate >= 8000.0 && rate <= 768000.0))
+            setup->removeAttribute ("audioDeviceRate");
+        if (const auto size = setup->getIntAttribute ("audioDeviceBufferSize"); size < 16 || size > 16384)
+            setup->removeAttribute ("audioDeviceBufferSize");
+
+        return setup;
+    }
+}
+
+std::unique_ptr<juce::XmlElement> MainAudioAppComponent::createSessionXml()
+{
+    auto session = std::make_unique<juce::XmlElement> ("PREVIOUS_STATE");
+    auto& s = *session;
+
+    if (auto* window = dynamic_cast<juce::ResizableWindow*> (getTopLevelComponent()))
+        s.setAttribute ("window_state", window->getWindowStateAsString());
+
+    s.setAttribute ("check_for_updates", storedSettings.getBool (StoredSettings::checkForUpdates, true));
+    s.setAttribute ("show_welcome", storedSettings.getBool (showWelcomeKey, true));
+    s.setAttribute ("mute", volumeAndPan.muteButton.getToggleState());
+    s.setAttribute ("volume", volumeAndPan.volumeSlider.getValue());
+    s.setAttribute ("pan", volumeAndPan.panSlider.getValue());
+
+    if (auto device = deviceManager.createStateXml())
+        s.addChildElement (device.release());
+
+    DeckState master;
+    masterEQ.getState (master);
+    s.addChildElement (master.createMasterEQXml().release());
+
+    s.setAttribute ("num_decks", decks.size());
+
+    for (int i = 0; i < decks.size(); ++i)
+    {
+        if (decks[i] == getCurrentDeck())
+            s.setAttribute ("active_deck", i);
+
+        s.addChildElement (decks[i]->getDeckStateXml (i).release());
+    }
+
+    return session;
+}
+
+void MainAudioAppComponent::restoreSession (const juce::XmlElement* session)
+{
+    jassert (decks.isEmpty());
+
+    if (session != nullptr)
+    {
+        const auto& s = *session;
+
+        if (const auto* device = s.getChildByName ("DEVICESETUP"))
+            savedAudioState = plausibleDeviceSetup (*device);
+
+        windowState = s.getStringAttribute ("window_state");
+        storedSettings.setBool (StoredSettings::checkForUpdates, s.getBoolAttribute ("check_for_updates", true));
+        storedSettings.setBool (showWelcomeKey, s.getBoolAttribute ("show_welcome", true));
+
+        const auto finite = [] (double v, double otherwise) { return std::isfinite (v) ? v : otherwise; };
+        volumeAndPan.muteButton.setToggleState (s.getBoolAttribute ("mute"), juce::sendNotificationSync);
+        volumeAndPan.volumeSlider.setValue (finite (s.getDoubleAttribute ("volume", 1.0), 1.0), juce::sendNotificationSync);
+        volumeAndPan.panSlider.setValue (finite (s.getDoubleAttribute ("pan"), 0.0), juce::sendNotificationSync);
+
+        if (const auto* master = s.getChildByName ("MASTER_EQ_AND_SPECTRUM"))
+            masterEQ.setState (DeckState::fromMasterEQXml (*master));
+
+        const auto numDecks = juce::jlimit (1, maxDecks, s.getIntAttribute ("num_decks"));
+
+        for (int n = 0; n < numDecks; ++n)
+            addDeck (s.getChildByName ("DECK_STATE_" + juce::String (n)));
+
+        if (const auto active = s.getIntAttribute ("active_deck"); juce::isPositiveAndBelow (active, decks.size()))
+            deckButtons[active]->setToggleState (true, juce::sendNotificationSync);
+    }
+
+    if (decks.isEmpty())
+        addDeck (nullptr);
 }
 
 //==============================================================================

@@ -38,8 +38,10 @@ class MainAudioAppComponent : public juce::AudioAppComponent,
                               private juce::AsyncUpdater
 {
 public:
-    /** Opens the output device unless told not to (tests that drive the block path themselves). */
-    explicit MainAudioAppComponent (bool openAudioDevice = true);
+    /** Opens the output device unless told not to (tests that drive the block path themselves).
+        With a session file, the session it holds is rebuilt before the device opens, and the
+        session is written back to it first thing at destruction; without one, a fresh deck. */
+    explicit MainAudioAppComponent (bool openAudioDevice = true, const juce::File& sessionFileToUse = {});
     ~MainAudioAppComponent() override;
 
     /** Message thread: listens for device changes and opens the output device. Once the device
@@ -55,8 +57,9 @@ public:
     void buttonClicked (juce::Button*) override;
 
     //==============================================================================
-    /** A new deck from saved state or defaults; it becomes the current one. At most 4. */
-    void addDeck (juce::XmlElement* deckState);
+    /** A new deck from a session's DECK_STATE_<n>, or with defaults from null; it becomes the
+        current one. At most 4. */
+    void addDeck (const juce::XmlElement* deckState);
 
     /** Removes the current deck (not the last one); the first deck becomes current. */
     void deleteCurrentDeck();
@@ -78,6 +81,18 @@ public:
 
     /** The main menu's choices, by id. */
     void menuItemChosen (int id);
+
+    //==============================================================================
+    /** The whole session as PREVIOUS_STATE: the window, the settings, the master section, the
+        device, then every deck in order. */
+    [[nodiscard]] std::unique_ptr<juce::XmlElement> createSessionXml();
+
+    /** Rebuilds the session from a read PREVIOUS_STATE, or one fresh deck from null. Only before
+        the first deck exists and before the device opens. */
+    void restoreSession (const juce::XmlElement* session);
+
+    /** The main window's bounds as the session kept them, for the window to take; empty when none. */
+    juce::String windowState;
 
     //==============================================================================
     // The master and system commands; the current deck holds the rest.
@@ -117,6 +132,7 @@ public:
     VolumeAndPanComponent volumeAndPan { masterEngine.gainStage };
 
     std::unique_ptr<juce::XmlElement> savedAudioState;
+    const juce::File sessionFile;
     bool deleteAllPending = false;
     juce::ApplicationCommandManager commandManager;
     PopupDisplayComponent* activePopup = nullptr;

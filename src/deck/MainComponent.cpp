@@ -228,6 +228,47 @@ void MainComponent::showPanel (Panel p)
     repaint();
 }
 
+void MainComponent::getState (DeckState& state) const
+{
+    state.windowRatio = windowRatio;
+    playlist.getState (state);
+    inputMeter.getState (state);
+    outputMeter.getState (state);
+    state.autoPlay = waveform.autoPlayButton.getToggleState();
+    state.playNext = waveform.playNextButton.getToggleState();
+    deckEQ.getState (state);
+    deckFX.getState (state);
+    timeStretch.getState (state);
+
+    // A deck's own state has every part, so that it can be set again as it is.
+    state.hasEQSettings = state.hasFXWindow = state.hasAnalyseSettings = true;
+}
+
+void MainComponent::setState (const DeckState& state)
+{
+    windowRatio = (float) juce::jlimit (0.0, 1.0, state.windowRatio);
+    resized();
+    playlist.setState (state);
+    inputMeter.setState (state);
+    outputMeter.setState (state);
+    waveform.autoPlayButton.setToggleState (state.autoPlay, juce::sendNotificationSync);
+    waveform.playNextButton.setToggleState (state.playNext, juce::sendNotificationSync);
+    deckEQ.setState (state);
+
+    if (state.hasFXWindow)
+    {
+        deckFX.setState (state);
+        timeStretch.setState (state);
+    }
+}
+
+std::unique_ptr<juce::XmlElement> MainComponent::getDeckStateXml (int index) const
+{
+    DeckState state;
+    getState (state);
+    return state.createXml (index);
+}
+
 void MainComponent::setResizeDrag (int offset)
 {
     if (dragOffset == 0 && offset != 0)

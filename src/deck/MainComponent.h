@@ -66,6 +66,17 @@ public:
     void exportAudioButtonClicked();
 
     //==============================================================================
+    /** Everything of the deck a session keeps, from each part that owns it. setState applies a
+        read state in the order the session file is read: the panel split, the playlist with its
+        layout and analyse options, the meters, Auto-Play and Play-Next, the spectrum and the
+        equaliser, then the effects and the time stretch. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
+
+    /** This deck as the session file's DECK_STATE_<index>. */
+    [[nodiscard]] std::unique_ptr<juce::XmlElement> getDeckStateXml (int index) const;
+
+    //==============================================================================
     // The deck's keyboard commands: transport, markers, view and panels.
     juce::ApplicationCommandTarget* getNextCommandTarget() override { return nullptr; }
     void getAllCommands (juce::Array<juce::CommandID>&) override;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dsp/EQBandValues.h"
+#include "state/EQBandValues.h"
 #include "dsp/SpectrumFeed.h"
 #include "dsp/BlockProcessor.h"
 
@@ -36,7 +36,7 @@ namespace Marlode
 class ParametricEqualiser : public BlockProcessor
 {
 public:
-    static constexpr int maxBands = 32;
+    static constexpr int maxBands = EQBandValues::maxBands;
     static constexpr int maxChannels = 8; // channels past these pass unfiltered
 
     /** The normalised biquad b0, b1, b2, a1, a2 (a0 = 1). */

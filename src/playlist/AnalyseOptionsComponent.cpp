@@ -27,10 +27,21 @@ OptionsComponent::OptionsComponent (PopupDisplayComponent*& activePopup)
     }
 }
 
-void OptionsComponent::updateToggles()
+void OptionsComponent::getState (DeckState& state) const
+{
+    state.analyseViews.clear();
+
+    for (const auto& item : items)
+        state.analyseViews.set (item.getSettingName(), item.visible);
+}
+
+void OptionsComponent::setState (const DeckState& state)
 {
     for (size_t i = 0; i < items.size(); ++i)
-        toggles[i]->setToggleState (items[i].visible, juce::dontSendNotification);
+        if (const auto* shown = state.analyseViews.getVarPointer (items[i].getSettingName()))
+            toggles[i]->setToggleState ((bool) *shown, juce::sendNotificationSync);
+
+    sendActionMessage (changedMessage);
 }
 
 void OptionsComponent::resized()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "playlist/AnalyseItem.h"
+#include "state/DeckState.h"
 #include "ui/PopupDisplayComponent.h"
 
 #include <memory>
@@ -23,8 +24,10 @@ public:
     /** The items, shared with the panel's text; the session keeps their `visible` flags. */
     std::vector<AnalyseItem> items = AnalyseItem::createAll();
 
-    /** Sets the toggles from the items, after the session has restored them. */
-    void updateToggles();
+    /** Each item's shown flag under its setting name. setState sets the toggles of the names it
+        holds, with their notification, then tells the listeners once more. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
 
     [[nodiscard]] juce::ToggleButton& getToggle (int index) { return *toggles[(size_t) index]; }
 

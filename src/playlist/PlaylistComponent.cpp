@@ -812,6 +812,31 @@ bool PlaylistComponent::savePlaylist (const juce::File& file) const
     return playlistXml != nullptr && playlistXml->writeTo (file);
 }
 
+void PlaylistComponent::getState (DeckState& state) const
+{
+    state.playlistCentreLine = analysePanelWidth;
+    state.tableLayout = getTableLayout();
+    state.playlist.reset();
+
+    if (playlistXml != nullptr)
+        state.playlist.emplace (*playlistXml);
+
+    analyseOptions.getState (state);
+}
+
+void PlaylistComponent::setState (const DeckState& state)
+{
+    analysePanelWidth = state.playlistCentreLine;
+    resized();
+    restoreTableLayout (state.tableLayout);
+
+    if (state.playlist.has_value())
+        readPlaylist (*state.playlist, true, false);
+
+    if (state.hasAnalyseSettings)
+        analyseOptions.setState (state);
+}
+
 juce::String PlaylistComponent::getTableLayout() const
 {
     return table.getHeader().toString();

@@ -151,6 +151,12 @@ public:
     /** Writes the list to `file`; false if it is empty or can't be written. */
     bool savePlaylist (const juce::File& file) const;
 
+    /** The analyse panel's width (as the centre line), the header's layout with the list, and the
+        analyse options, as saved. setState reads the list into an empty playlist without
+        loading a track; files that have gone are reported once. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
+
     /** The header's column order, widths, visibility and sort column as TABLELAYOUT text. */
     [[nodiscard]] juce::String getTableLayout() const;
     void restoreTableLayout (const juce::String& layout);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dsp/EQBandValues.h"
+#include "state/EQBandValues.h"
 
 namespace MarlodeTest
 {

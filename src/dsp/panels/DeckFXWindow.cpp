@@ -25,6 +25,22 @@ void DeckFXWindow::setLandscape (bool landscape)
     layoutBox.setSelectedId (landscape ? 1 : 2, juce::sendNotificationSync);
 }
 
+void DeckFXWindow::getState (DeckState& s) const
+{
+    s.isLandscape = isLandscape();
+    limiter.getState (s);
+    mono.getState (s);
+}
+
+void DeckFXWindow::setState (const DeckState& s)
+{
+    if (! s.isLandscape)
+        setLandscape (false);
+
+    limiter.setState (s);
+    mono.setState (s);
+}
+
 void DeckFXWindow::layoutContent()
 {
     auto area = getContentBounds();

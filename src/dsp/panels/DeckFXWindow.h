@@ -24,6 +24,10 @@ public:
     void setLandscape (bool landscape);
     [[nodiscard]] bool isLandscape() const { return layoutBox.getSelectedId() != 2; }
 
+    /** The layout, the limiter and the mono section as saved; the time section keeps its own. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
+
     MonoComponent mono;
     LimiterComponent limiter;
     juce::ComboBox layoutBox;

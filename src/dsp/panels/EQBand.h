@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dsp/EQBandValues.h"
+#include "state/EQBandValues.h"
 #include "ui/ValueBarSlider.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>

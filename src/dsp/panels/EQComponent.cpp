@@ -118,6 +118,45 @@ void EQComponent::resetEQ()
     bandOnStateChanged();
 }
 
+void EQComponent::getState (DeckState& state) const
+{
+    state.spectrumOn = spectrumButton.getToggleState();
+    state.spectrumSpeed = spectrumSpeed.getSelectedId();
+    state.eqBypass = ! bandsOnButton.getToggleState();
+    state.eqGain = juce::Decibels::decibelsToGain (outputGainSlider.getValue());
+    state.eqPan = panSlider.getValue();
+    state.bands.clearQuick();
+
+    for (const auto& b : bands)
+        state.bands.add (b->getValues());
+}
+
+void EQComponent::setState (const DeckState& state)
+{
+    const auto known = [] (int id, int last, int otherwise) { return id >= 1 && id <= last ? id : otherwise; };
+
+    spectrumButton.setToggleState (state.spectrumOn, juce::sendNotificationSync);
+    spectrumSpeed.setSelectedId (known (state.spectrumSpeed, spectrumSpeed.getNumItems(), 2), juce::sendNotificationSync);
+
+    if (! state.hasEQSettings)
+        return;
+
+    resetEQ();
+
+    for (auto values : state.bands)
+    {
+        values.filterType = known (values.filterType, EQBandValues::highShelf, EQBandValues::peak);
+        values.slopeType = known (values.slopeType, 3, 1);
+        addBandButtonClicked (&values);
+    }
+
+    bandsOnButton.setToggleState (! state.eqBypass, juce::sendNotificationSync);
+    outputGainSlider.setValue (juce::Decibels::gainToDecibels (state.eqGain), juce::sendNotificationSync);
+
+    if (hasPan)
+        panSlider.setValue (state.eqPan, juce::sendNotificationSync);
+}
+
 void EQComponent::showBand (int index)
 {
     for (size_t i = 0; i < bands.size(); ++i)

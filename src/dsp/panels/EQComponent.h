@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/ParametricEqualiser.h"
+#include "state/DeckState.h"
 #include "dsp/panels/EQBand.h"
 #include "dsp/panels/EQBandButton.h"
 #include "dsp/panels/EQCompDrawingLayer.h"
@@ -39,6 +40,13 @@ public:
 
     /** Back to no bands, unity gain and centre. */
     void resetEQ();
+
+    /** The spectrum's switch and speed, the bands, the on switch (as "bypass"), the output gain
+        and the pan, as saved. setState takes the equaliser's part only when the state has one,
+        rebuilding the bands through the adding path; stored ids that aren't one read as the
+        defaults. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
 
     void showBand (int index);
     [[nodiscard]] int getVisibleBandIndex() const;

@@ -2,6 +2,7 @@
 #include "ui/Palette.h"
 
 #include <cmath>
+#include <tuple>
 
 namespace Marlode
 {
@@ -69,14 +70,36 @@ void LevelMeter::setMeterType (int type)
     repaint();
 }
 
-void LevelMeter::applySettings (const Settings& settings)
+namespace
 {
-    const auto& set = (name == settings.second.name && name != settings.first.name) ? settings.second : settings.first;
-    maxPeakHold = set.maxPeakHold;
-    clipHold = set.clipHold;
-    processor.lufsMeterType.store (set.lufsMeterType);
-    processor.setDecayTimes (set.levelDecay, set.peakDecay);
-    setMeterType (set.meterType);
+    // One side's fields of the deck's state, so that both directions name them once.
+    template <typename State>
+    auto sideOf (State& s, bool input)
+    {
+        return std::tie (input ? s.inMaxPeakHold : s.outMaxPeakHold, input ? s.inClipHold : s.outClipHold,
+                         input ? s.inSmoothedLevelDecayTime : s.outSmoothedLevelDecayTime,
+                         input ? s.inSmoothedPeakDecayTime : s.outSmoothedPeakDecayTime,
+                         input ? s.inMeterTypeSelection : s.outMeterTypeSelection,
+                         input ? s.inLufsMeterTypeSelection : s.outLufsMeterTypeSelection);
+    }
+}
+
+void LevelMeter::getState (DeckState& state) const
+{
+    sideOf (state, name == "in") =
+        std::make_tuple (maxPeakHold, clipHold, processor.smoothedLevelDecayTime.load(), processor.smoothedPeakDecayTime.load(),
+                         processor.meterType.load(), processor.lufsMeterType.load());
+}
+
+void LevelMeter::setState (const DeckState& state)
+{
+    const auto [peakHold, clip, levelDecay, peakDecay, type, lufsType] = sideOf (state, name == "in");
+    maxPeakHold = peakHold;
+    clipHold = clip;
+    const auto known = [] (int id, int last) { return id >= 1 && id <= last ? id : 1; };
+    processor.lufsMeterType.store (known (lufsType, LevelMeterProcessor::integrated));
+    processor.setDecayTimes (levelDecay, peakDecay);
+    setMeterType (known (type, LevelMeterProcessor::lufsAndTruePeak));
 }
 
 void LevelMeter::reset()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/LevelMeterProcessor.h"
+#include "state/DeckState.h"
 #include "ui/TimerRelayListener.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -39,23 +40,10 @@ public:
     /** Changes the type and redraws the scale for it. */
     void setMeterType (int type);
 
-    struct SettingsSet
-    {
-        juce::String name;
-        int meterType = LevelMeterProcessor::peak;
-        int lufsMeterType = LevelMeterProcessor::momentary;
-        double levelDecay = 0.5, peakDecay = 3.0;
-        bool maxPeakHold = false, clipHold = false;
-    };
-
-    /** The input and the output meters' settings: a meter takes the set named like it, or the
-        first when neither is. */
-    struct Settings
-    {
-        SettingsSet first, second;
-    };
-
-    void applySettings (const Settings&);
+    /** The saved settings of the meter's side: "in_" fields for the meter named "in", "out_"
+        for any other. Both meters take the same state; a stored type that isn't one shows peaks. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
 
     //==============================================================================
     void timerRelayCallback() override;

@@ -54,6 +54,24 @@ std::array<juce::Component*, 8> LimiterComponent::dimmableControls()
              &inputSlider, &thresholdSlider, &releaseSlider, &outputSlider };
 }
 
+void LimiterComponent::getState (DeckState& s) const
+{
+    s.limiterOn = onButton.getToggleState();
+    s.limiterInput = inputSlider.getValue();
+    s.limiterThreshold = thresholdSlider.getValue();
+    s.limiterRelease = releaseSlider.getValue();
+    s.limiterOutput = outputSlider.getValue();
+}
+
+void LimiterComponent::setState (const DeckState& s)
+{
+    onButton.setToggleState (s.limiterOn, juce::sendNotificationSync);
+    inputSlider.setValue (s.limiterInput, juce::sendNotificationSync);
+    thresholdSlider.setValue (s.limiterThreshold, juce::sendNotificationSync);
+    releaseSlider.setValue (s.limiterRelease, juce::sendNotificationSync);
+    outputSlider.setValue (s.limiterOutput, juce::sendNotificationSync);
+}
+
 void LimiterComponent::switchedOnOrOff()
 {
     const auto on = onButton.getToggleState();

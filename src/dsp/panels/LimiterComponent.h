@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/LimiterProcessor.h"
+#include "state/DeckState.h"
 #include "ui/HorizontalCentreSlider.h"
 #include "ui/TimerRelayListener.h"
 
@@ -26,6 +27,10 @@ public:
     /** `deckIsPlaying` asks the deck's play state: a deck at rest shows no reduction. */
     explicit LimiterComponent (std::function<bool()> deckIsPlaying);
     ~LimiterComponent() override;
+
+    /** The switch and the four controls, as saved. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
 
     void timerRelayCallback() override;
     void resized() override;

@@ -42,6 +42,22 @@ MonoComponent::MonoComponent()
     updateStage();
 }
 
+void MonoComponent::getState (DeckState& s) const
+{
+    for (const auto& c : switches)
+        s.*c.saved = c.button->getToggleState();
+    for (const auto& c : controls)
+        s.*c.saved = c.slider->getValue();
+}
+
+void MonoComponent::setState (const DeckState& s)
+{
+    for (const auto& c : switches)
+        c.button->setToggleState (s.*c.saved, juce::sendNotificationSync);
+    for (const auto& c : controls)
+        c.slider->setValue (s.*c.saved, juce::sendNotificationSync);
+}
+
 void MonoComponent::exclude (juce::Button& switchedOn, juce::Button& other, juce::NotificationType notification)
 {
     if (switchedOn.getToggleState())
@@ -51,16 +67,10 @@ void MonoComponent::exclude (juce::Button& switchedOn, juce::Button& other, juce
 
 void MonoComponent::updateStage()
 {
-    effects.monoOn = monoButton.getToggleState();
-    effects.xOver = xOverButton.getToggleState();
-    effects.soloHigh = soloHighButton.getToggleState();
-    effects.soloLow = soloLowButton.getToggleState();
-    effects.midSide = midSideButton.getToggleState();
-    effects.midSolo = midSoloButton.getToggleState();
-    effects.sideSolo = sideSoloButton.getToggleState();
-    effects.xOverFreq = (float) xOverFreqSlider.getValue();
-    effects.midGain = (float) midGainSlider.getValue();
-    effects.sideGain = (float) sideGainSlider.getValue();
+    for (const auto& c : switches)
+        effects.*c.live = c.button->getToggleState();
+    for (const auto& c : controls)
+        effects.*c.live = (float) c.slider->getValue();
     updateDimming();
 }
 

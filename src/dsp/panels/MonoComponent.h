@@ -1,9 +1,13 @@
 #pragma once
 
 #include "dsp/DeckEffects.h"
+#include "state/DeckState.h"
 #include "ui/ValueBarSlider.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
+
+#include <array>
+#include <atomic>
 
 namespace Marlode
 {
@@ -19,6 +23,11 @@ class MonoComponent : public juce::Component
 {
 public:
     MonoComponent();
+
+    /** The switches and sliders, as saved; setState goes through the switches' own rules, so of
+        two stored modes that exclude each other the later one holds. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
 
     void resized() override;
     void paint (juce::Graphics&) override;
@@ -39,6 +48,32 @@ private:
     void updateDimming();
 
     juce::Label xOverFreqLabel { {}, "X-Over Freq" }, midGainLabel { {}, "Mid Gain" }, sideGainLabel { {}, "Side Gain" };
+
+    // Each control with the saved value and the stage's value it stands for, in the saved order.
+    struct Switch
+    {
+        juce::Button* button;
+        bool DeckState::*saved;
+        std::atomic<bool> DeckEffects::*live;
+    };
+
+    struct Control
+    {
+        juce::Slider* slider;
+        double DeckState::*saved;
+        std::atomic<float> DeckEffects::*live;
+    };
+
+    const std::array<Switch, 7> switches { { { &monoButton, &DeckState::monoOn, &DeckEffects::monoOn },
+                                             { &xOverButton, &DeckState::xOver, &DeckEffects::xOver },
+                                             { &soloHighButton, &DeckState::soloHigh, &DeckEffects::soloHigh },
+                                             { &soloLowButton, &DeckState::soloLow, &DeckEffects::soloLow },
+                                             { &midSideButton, &DeckState::midSide, &DeckEffects::midSide },
+                                             { &midSoloButton, &DeckState::midSolo, &DeckEffects::midSolo },
+                                             { &sideSoloButton, &DeckState::sideSolo, &DeckEffects::sideSolo } } };
+    const std::array<Control, 3> controls { { { &xOverFreqSlider, &DeckState::xOverFreq, &DeckEffects::xOverFreq },
+                                              { &midGainSlider, &DeckState::midGain, &DeckEffects::midGain },
+                                              { &sideGainSlider, &DeckState::sideGain, &DeckEffects::sideGain } } };
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (MonoComponent)
 };

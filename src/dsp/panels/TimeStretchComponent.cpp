@@ -128,6 +128,51 @@ void TimeStretchComponent::optionsButtonClicked()
 }
 
 //==============================================================================
+namespace
+{
+    template <typename State>
+    auto optionsOf (State& s)
+    {
+        return std::array { &s.pitch, &s.formant, &s.phase, &s.transients, &s.detector };
+    }
+}
+
+void TimeStretchComponent::getState (DeckState& s) const
+{
+    s.timeStretchOn = timeStretchButton.getToggleState();
+    s.timeButtonID = getTimeButtonID();
+    s.speedSlider = speedSlider.getValue();
+    s.semiTonesSlider = semiTonesSlider.getValue();
+    s.centsSlider = centsSlider.getValue();
+    s.variSpeedOn = isVariSpeedOn();
+    s.variSpeedSlider = variSpeedSlider.getValue();
+    s.timeRatio = timeRatio;
+    s.pitchScale = pitchScale;
+    s.varispeedTimeRatio = varispeedTimeRatio;
+    s.varispeedPitchScale = varispeedPitchScale;
+
+    const auto ids = optionsOf (s);
+    for (size_t o = 0; o < ids.size(); ++o)
+        *ids[o] = stretcher.getOption ((TimeStretcher::Option) o);
+}
+
+void TimeStretchComponent::setState (const DeckState& s)
+{
+    const auto ids = optionsOf (s);
+    for (size_t o = 0; o < ids.size(); ++o)
+        if (auto& combo = options.getCombo ((TimeStretcher::Option) o); combo.indexOfItemId (*ids[o]) >= 0)
+            combo.setSelectedId (*ids[o], juce::sendNotificationSync);
+
+    timeStretchButton.setToggleState (s.timeStretchOn, juce::sendNotificationSync);
+    setTimeButtonID (s.timeButtonID);
+    speedSlider.setValue (s.speedSlider, juce::sendNotificationSync);
+    semiTonesSlider.setValue (s.semiTonesSlider, juce::sendNotificationSync);
+    centsSlider.setValue (s.centsSlider, juce::sendNotificationSync);
+    variSpeedSlider.setValue (s.variSpeedSlider, juce::sendNotificationSync);
+    variSpeedButton.setToggleState (s.variSpeedOn, juce::sendNotificationSync);
+    restoreRatios (s.timeRatio, s.pitchScale, s.varispeedTimeRatio, s.varispeedPitchScale);
+}
+
 int TimeStretchComponent::getTimeButtonID() const noexcept
 {
     for (size_t i = 0; i < timeButtons.size(); ++i)

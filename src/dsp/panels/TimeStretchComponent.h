@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/TimeStretcher.h"
+#include "state/DeckState.h"
 #include "dsp/panels/TimeButton.h"
 #include "dsp/panels/TimeStretcherOptionsComponent.h"
 
@@ -54,6 +55,13 @@ public:
     [[nodiscard]] double getBaseTimeRatio() const noexcept { return baseTimeRatio; }
     [[nodiscard]] double getBasePitchScale() const noexcept { return basePitchScale; }
     [[nodiscard]] bool isVariSpeedOn() const noexcept { return variSpeedButton.getToggleState(); }
+
+    /** The switch, the preset, the sliders, the mode, the four ratios and the five options, as
+        saved. setState applies them in the order a session is read: options, switch, preset,
+        sliders, mode, then the stored ratios to the stretcher. An option id that isn't one keeps
+        the present choice. */
+    void getState (DeckState&) const;
+    void setState (const DeckState&);
 
     /** A loaded session's last step: saved ratio pairs go back, and the pair of the present
         mode to the stretcher. */

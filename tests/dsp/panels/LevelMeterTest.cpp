@@ -136,15 +136,27 @@ TEST_F (Meter, SettingsPanelAndAppliedSettings)
     EXPECT_TRUE (panel.peakDecayBox.isVisible());
     EXPECT_FALSE (panel.levelDecayBox.isVisible());
 
-    // The "out" set goes to the meter named "out"; "in" takes the first.
-    LevelMeter::Settings settings;
-    settings.first = { "in", LevelMeterProcessor::rms, 1, 1.0, 1.0, true, false };
-    settings.second = { "out", LevelMeterProcessor::truePeak, 1, 0.1, 5.0, false, true };
-    meter.applySettings (settings);
+    // Each meter takes its own side of one state, and gives back what it took; a type that
+    // isn't one shows peaks.
+    DeckState state;
+    state.inMeterTypeSelection = LevelMeterProcessor::rms;
+    state.outMeterTypeSelection = LevelMeterProcessor::truePeak;
+    state.inMaxPeakHold = state.outClipHold = true;
+    state.inSmoothedLevelDecayTime = state.outSmoothedPeakDecayTime = 5.0;
+    state.inLufsMeterTypeSelection = 3;
+    state.outLufsMeterTypeSelection = 99;
+    meter.setState (state);
     EXPECT_EQ (meter.processor.meterType.load(), LevelMeterProcessor::rms);
     LevelMeterProcessor outProcessor;
     LevelMeter out ("out", outProcessor, nullptr);
-    out.applySettings (settings);
+    out.setState (state);
     EXPECT_EQ (out.processor.meterType.load(), LevelMeterProcessor::truePeak);
+    EXPECT_EQ (out.processor.lufsMeterType.load(), LevelMeterProcessor::momentary);
     EXPECT_TRUE (out.clipHold);
+
+    DeckState back;
+    meter.getState (back);
+    out.getState (back);
+    back.outLufsMeterTypeSelection = 99;
+    EXPECT_EQ (back.createXml (0)->toString(), state.createXml (0)->toString());
 }

@@ -16,6 +16,9 @@ struct EQBandValues
         highShelf
     };
 
+    /** An equaliser's bands at most, also when a saved session claims more. */
+    static constexpr int maxBands = 32;
+
     bool on = true;
     int filterType = peak;
     int slopeType = 1;   // "6dB", "12dB", "24dB": stored and restored, but every design is second order
