@@ -86,8 +86,8 @@ bench: build
 conformance: build
 	$(BUILD_DIR)/marlode-conformance $(if $(MARKDOWN),--markdown) $(BUILD_DIR)/marlode-analyse
 
-# libFuzzer in its own clang tree, FUZZ_SECONDS for each target: outside XML, then outside bytes as
-# audio files of every format. New inputs go to $(FUZZ_DIR)/corpus and $(FUZZ_DIR)/audio-corpus,
+# libFuzzer in its own clang tree, FUZZ_SECONDS for each target: outside XML, outside bytes as
+# audio files of every format, then as the session file. New inputs go to $(FUZZ_DIR)/*corpus,
 # crashes and timeouts to $(FUZZ_DIR)/findings. Undefined behaviour stops a run like a crash,
 # except what tests/sanitizers/ubsan.supp leaves to the framework. Not part of `make test`.
 FUZZ_DIR ?= build-fuzz
@@ -99,13 +99,17 @@ FUZZ_ARGS = -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=2048 -print_final_stat
 
 fuzz: setup
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DMARLODE_FUZZ=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
-	cmake --build $(FUZZ_DIR) -j $(JOBS) --target marlode_xml_fuzz marlode_audio_fuzz marlode_audio_seeds
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target marlode_xml_fuzz marlode_audio_fuzz marlode_session_fuzz \
+	    marlode_audio_seeds
 	mkdir -p $(FUZZ_DIR)/corpus $(FUZZ_DIR)/audio-corpus $(FUZZ_DIR)/findings
 	$(FUZZ_DIR)/fuzz/marlode_audio_seeds $(FUZZ_DIR)/audio-seeds
 	$(FUZZ_ENV) $(FUZZ_DIR)/fuzz/marlode_xml_fuzz $(FUZZ_ARGS) -timeout=10 -max_len=16384 -dict=fuzz/xml.dict \
 	    -artifact_prefix=$(FUZZ_DIR)/findings/ $(FUZZ_DIR)/corpus $(FUZZ_SEEDS)
 	$(FUZZ_ENV) $(FUZZ_DIR)/fuzz/marlode_audio_fuzz $(FUZZ_ARGS) -timeout=30 -max_len=65536 \
 	    -artifact_prefix=$(FUZZ_DIR)/findings/audio- $(FUZZ_DIR)/audio-corpus $(FUZZ_DIR)/audio-seeds
+	mkdir -p $(FUZZ_DIR)/session-corpus
+	$(FUZZ_ENV) $(FUZZ_DIR)/fuzz/marlode_session_fuzz $(FUZZ_ARGS) -timeout=10 -max_len=16384 -dict=fuzz/xml.dict \
+	    -artifact_prefix=$(FUZZ_DIR)/findings/session- $(FUZZ_DIR)/session-corpus fuzz/session-seeds
 
 clean:
 	rm -rf $(BUILD_DIR) $(CHECK_DIR) $(ASAN_DIR) $(TSAN_DIR)

@@ -168,7 +168,8 @@ namespace
         return bands;
     }
 
-    // The header's text without the playlist the session file nests in it.
+    // The header's text without the playlist the session file nests in it. Not single-line:
+    // the framework's single-line writer dereferences a null line end after a text piece.
     juce::String layoutText (const juce::XmlElement& stored)
     {
         juce::XmlElement layout (stored);
@@ -176,7 +177,7 @@ namespace
         while (auto* p = layout.getChildByName (playlistTag))
             layout.removeChildElement (p, true);
 
-        return layout.toString (juce::XmlElement::TextFormat().withoutHeader().singleLine());
+        return layout.toString (juce::XmlElement::TextFormat().withoutHeader());
     }
 }
 
