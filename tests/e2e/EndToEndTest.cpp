@@ -3,6 +3,7 @@
 #include "support/TestAudio.h"
 #include "support/WaitFor.h"
 #include "app/InstanceChannel.h"
+#include "state/EncryptedXml.h"
 
 #include <juce_dsp/juce_dsp.h>
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -652,6 +653,87 @@ void runFailureProbe (const char* fault)
     AppProcess probe (MARLODE_FAILURE_PROBE, { fault }, temp.file ("home"));
     EXPECT_EQ (probe.waitForExit (10000), 0);
 }
+}
+
+namespace
+{
+// The window's master strip (deck tabs, master equaliser, mute, volume, pan and lights) as the
+// screen shows it now.
+juce::Image masterStrip (const juce::String& windowId, const juce::File& shot)
+{
+    run ({ "python3", MARLODE_SOURCE_DIR "/scripts/screenshot.py", shot.getFullPathName() });
+    const auto screen = juce::ImageFileFormat::loadFrom (shot);
+    const auto at = run ({ "xdotool", "getwindowgeometry", windowId }).fromFirstOccurrenceOf ("Position:", false, false);
+    const auto layout = windowLayout (windowId);
+    const auto x = at.getIntValue(), y = at.fromFirstOccurrenceOf (",", false, false).getIntValue();
+    return screen.getClippedImage (
+        { x + Layout::border, y + Layout::border + Layout::titleBar, layout.width - 2 * Layout::border, Layout::masterStrip });
+}
+
+int differingPixels (const juce::Image& a, const juce::Image& b)
+{
+    if (a.getBounds() != b.getBounds())
+        return a.getWidth() * a.getHeight();
+
+    int differing = 0;
+    for (int y = 0; y < a.getHeight(); ++y)
+        for (int x = 0; x < a.getWidth(); ++x)
+            differing += a.getPixelAt (x, y) != b.getPixelAt (x, y) ? 1 : 0;
+    return differing;
+}
+}
+
+TEST_F (EndToEnd, QuitAndStartAgainBringsBackTheDecksTracksAndSettings)
+{
+    const auto sessionFile = home.getChildFile (".config/Marlode/PreviousState.cfg");
+    const auto read = [&] { return Marlode::EncryptedXml::readEncryptedXml (sessionFile, Marlode::EncryptedXml::sessionKey); };
+
+    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
+    EXPECT_TRUE (waitForSound());
+
+    // Deck 1 without Auto-Play, a second deck, then deck 1 again by its tab; the master muted,
+    // two steps quieter and panned left.
+    press (window, "a");
+    press (window, "ctrl+d");
+    EXPECT_TRUE (waitForSilence()) << "the new deck pauses the first";
+    click (window, windowLayout (window).deckTab (1));
+    press (window, "0");
+    press (window, "minus");
+    press (window, "minus");
+    press (window, "ctrl+minus");
+    run ({ "xdotool", "mousemove", "1", "1" }); // no tab lit by the pointer over it
+    pumpMessages (1500);                        // the lights fall back to rest
+    const auto before = masterStrip (window, temp.file ("before.png"));
+    quitWithCtrlQ();
+
+    const auto first = read();
+    ASSERT_NE (first, nullptr) << "no readable session after the quit";
+    EXPECT_EQ (first->getIntAttribute ("num_decks"), 2);
+    EXPECT_EQ (first->getIntAttribute ("active_deck"), 0);
+    EXPECT_TRUE (first->getBoolAttribute ("mute"));
+    EXPECT_NEAR (first->getDoubleAttribute ("volume"), 0.96, 1.0e-9);
+    EXPECT_DOUBLE_EQ (first->getDoubleAttribute ("pan"), -45.0);
+    EXPECT_TRUE (first->getStringAttribute ("window_state").isNotEmpty());
+    const auto* deck0 = first->getChildByName ("DECK_STATE_0");
+    ASSERT_NE (deck0, nullptr);
+    EXPECT_FALSE (deck0->getBoolAttribute ("auto_play"));
+    EXPECT_TRUE (first->getChildByName ("DECK_STATE_1")->getBoolAttribute ("auto_play"));
+    const auto* tracks = deck0->getChildByName ("TABLELAYOUT")->getChildByName ("PLAYLIST_DATA");
+    ASSERT_NE (tracks, nullptr);
+    EXPECT_EQ (tracks->getChildByName ("TRACK")->getStringAttribute ("Path"), track.getFullPathName());
+
+    // No file this time: the session alone brings the decks, the playlist and the master back.
+    ASSERT_NO_FATAL_FAILURE (launch ({}));
+    pumpMessages (1500);
+    const auto after = masterStrip (window, temp.file ("after.png"));
+    EXPECT_EQ (differingPixels (before, after), 0) << "the master strip looks as it did at the quit";
+    EXPECT_LT (peakOver (300), 1.0e-6f) << "nothing plays by itself at the start";
+    quitWithCtrlQ();
+
+    const auto second = read();
+    ASSERT_NE (second, nullptr);
+    EXPECT_EQ (second->toString(), first->toString()) << "a session read and written again is the same session";
+    EXPECT_EQ (crashLog().getSize(), 0);
 }
 
 TEST (AppProcessCheck, AnAssertionOrALeakInTheAppFailsTheTest)
