@@ -74,7 +74,7 @@ TEST_F (HostileEndToEnd, HostileAudioOnTheCommandLineIsRefusedWithItsMessage)
 
     // The user's 256 GB RF64 and one of each kind of lie; the rest go through the unit tests.
     for (auto* name : { "absurd.rf64.wav", "4 GB metadata.wav", "4 GB instrument.aiff", "4 bit.aiff", "4 billion frames.flac",
-                        "tag only.mp3", "pipe.wav", "noise.flac", "cut at 30.wav" })
+                        "tag only.mp3", "pipe.wav", "noise 3.flac", "cut at 8.ogg", "0 Hz.wav", "4 GB format chunk.wav" })
     {
         const auto file = temp.file (name);
         ASSERT_TRUE (std::any_of (all.begin(), all.end(), [&] (const HostileFile& h) { return h.file == file && h.mustRefuse; }));
@@ -124,4 +124,45 @@ TEST_F (HostileEndToEnd, HostilePlaylistsOnTheCommandLineNeitherHangNorCrash)
     const auto o = open (pi, alert ("File(s) not found"));
     EXPECT_TRUE (o.seen);
     EXPECT_TRUE (o.stillRunning) << o.log;
+}
+
+// The whole corpus at once on both programs' command lines: messages and refusals, no fault.
+TEST_F (HostileEndToEnd, TheWholeCorpusOnBothCommandLinesGivesMessagesNotFaults)
+{
+    const auto all = writeHostileAudio (temp.folder);
+    juce::StringArray paths;
+    for (const auto& hostile : all)
+        if (hostile.file.existsAsFile()) // the pipe would wait for a writer in a plain open
+            paths.add (hostile.file.getFullPathName());
+
+    {
+        AppProcess app (paths, home, { addressSpaceKB, errors });
+        EXPECT_TRUE (findMainWindow (20000, &app).isNotEmpty());
+        EXPECT_TRUE (waitFor ([&] { return alert ("Error reading files") (app) || ! app.isRunning(); }, 30000));
+        EXPECT_TRUE (app.isRunning()) << errors.loadFileAsString();
+    }
+
+    for (const auto& hostile : all)
+        if (hostile.mustRefuse && hostile.file.existsAsFile())
+            EXPECT_TRUE (logSays ("Refused audio file " + hostile.file.getFullPathName() + ": ")) << hostile.file.getFileName();
+
+    // The measuring program under the same limit: each file measured or reported, then status 1.
+    const auto analyse = juce::File (MARLODE_ANALYSE_BINARY);
+    const auto report = temp.file ("analyse.txt");
+    const auto limit = addressSpaceKB > 0 ? "ulimit -v " + juce::String (addressSpaceKB) + "; " : juce::String();
+    juce::StringArray command { "/bin/sh", "-c", limit + "exec \"$0\" --csv \"$@\" 2>'" + report.getFullPathName() + "'",
+                                analyse.getFullPathName() };
+    command.addArray (paths);
+    juce::ChildProcess process;
+    ASSERT_TRUE (process.start (command, juce::ChildProcess::wantStdOut));
+    const auto out = process.readAllProcessOutput();
+    ASSERT_TRUE (process.waitForProcessToFinish (120000)) << "marlode-analyse hung";
+    EXPECT_EQ (process.getExitCode(), 1u);
+
+    const auto measured = juce::StringArray::fromLines (out.trim()).size() - 1; // less the header
+    int reported = 0;
+    for (const auto& line : juce::StringArray::fromLines (report.loadFileAsString()))
+        reported += line.startsWith ("marlode-analyse: ") ? 1 : 0;
+    EXPECT_EQ (measured + reported, paths.size());
+    EXPECT_GT (reported, 150);
 }

@@ -1,5 +1,6 @@
 #include "engine/AudioFileGuard.h"
 #include "engine/SharedFormatManager.h"
+#include "engine/TrackAnalysis.h"
 #include "support/HostileFiles.h"
 #include "support/TestAudio.h"
 
@@ -67,26 +68,45 @@ TEST (AudioFileGuard, HostileFilesAreRefusedBeforeAnyReaderSizesFromThem)
     TempFolder temp;
     SharedFormatManager formats;
     int refused = 0;
+    const auto corpus = writeHostileAudio (temp.folder);
+    EXPECT_GE (corpus.size(), 250u);
 
-    for (const auto& hostile : writeHostileAudio (temp.folder))
+    for (const auto& hostile : corpus)
     {
         const auto reader = AudioFileGuard::createReader (formats, hostile.file);
+        refused += reader == nullptr ? 1 : 0;
 
         if (hostile.mustRefuse)
         {
             EXPECT_EQ (reader, nullptr) << hostile.file.getFileName();
-            ++refused;
         }
         else if (reader != nullptr)
         {
-            // Readable up to where it stops: reading all it claims gives no fault.
+            // Readable up to where it stops: reading and measuring all it claims gives no fault.
             EXPECT_EQ (AudioFileGuard::checkClaims (*reader, hostile.file.getSize(), true), "");
             juce::AudioBuffer<float> all ((int) reader->numChannels, (int) reader->lengthInSamples);
             reader->read (&all, 0, all.getNumSamples(), 0, true, true);
+            const auto measured = TrackAnalysis().analyse (*reader);
+            EXPECT_TRUE (std::isfinite (measured.rmsStereo)) << hostile.file.getFileName();
         }
     }
 
-    EXPECT_GT (refused, 30);
+    EXPECT_GT (refused, 150);
+
+    // Garbage after a lossless file changes none of its samples.
+    for (auto* extension : { "wav", "aiff", "flac" })
+    {
+        const auto garbled = AudioFileGuard::createReader (formats, temp.file (juce::String ("trailing garbage.") + extension));
+        const std::unique_ptr<juce::AudioFormatReader> source (formats.findFormatForFileExtension (extension)->createReaderFor (
+            temp.file (juce::String ("source.") + extension + ".src").createInputStream().release(), true));
+        ASSERT_NE (garbled, nullptr) << extension;
+        ASSERT_NE (source, nullptr) << extension;
+        juce::AudioBuffer<float> a (2, 22050), b (2, 22050);
+        garbled->read (&a, 0, 22050, 0, true, true);
+        source->read (&b, 0, 22050, 0, true, true);
+        for (int c = 0; c < 2; ++c)
+            EXPECT_EQ (std::memcmp (a.getReadPointer (c), b.getReadPointer (c), 22050 * sizeof (float)), 0) << extension;
+    }
 
     // What the framework's own reader would have taken from the user's 144-byte file.
     std::unique_ptr<juce::AudioFormatReader> plain (formats.createReaderFor (temp.file ("absurd.rf64.wav")));

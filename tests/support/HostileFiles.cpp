@@ -1,6 +1,9 @@
 #include "support/HostileFiles.h"
+#include "support/TestAudio.h"
 
+#include <array>
 #include <cmath>
+#include <set>
 #include <sys/stat.h>
 
 namespace MarlodeTest
@@ -181,18 +184,52 @@ std::vector<HostileFile> writeHostileAudio (const juce::File& folder)
         writeWith (juce::AiffAudioFormat(), named ("source.aiff.src"), 44100.0, 2, 22050, 16),
         writeWith (juce::FlacAudioFormat(), named ("source.flac.src"), 44100.0, 2, 22050, 16),
         writeWith (juce::OggVorbisAudioFormat(), named ("source.ogg.src"), 44100.0, 2, 22050, 16, false, 4),
+        writeMp3 (named ("source.mp3.src"), 44100.0, 2, 22050,
+                  [] (int c, int i) { return 0.4f * (float) std::sin (0.03 * (i + 100 * c)); }),
     };
+    const juce::StringArray extensions { ".wav", ".aiff", ".flac", ".ogg", ".mp3" };
 
-    for (const auto& source : sources)
+    for (int s = 0; s < extensions.size(); ++s)
     {
-        const auto data = bytesOf (source);
-        const auto extension = source.getFileNameWithoutExtension().fromFirstOccurrenceOf (".", true, false);
-        const bool compressed = extension == ".flac" || extension == ".ogg";
+        const auto data = bytesOf (sources[s]);
+        const auto& extension = extensions[s];
 
-        for (const auto cut : { (size_t) 4, (size_t) 12, (size_t) 30, data.getSize() / 3, data.getSize() / 2 })
+        // Inside every header field and at fractions of the data. Short of a whole header nothing
+        // can be read; past it a reader may take the frames the bytes hold.
+        std::set<size_t> cuts {
+            1, 2, 3, 4, 8, 12, 16, 20, 24, 30, 36, 40, 44, 45, 48, 64, 100, 200, 500, 1000, data.getSize() - 1
+        };
+        for (const auto fraction : { 0.1, 0.25, 1.0 / 3.0, 0.5, 0.6, 0.9 })
+            cuts.insert ((size_t) ((double) data.getSize() * fraction));
+
+        for (const auto cut : cuts)
             add (save (named ("cut at " + juce::String ((int) cut) + extension), juce::MemoryBlock (data.getData(), cut)),
-                 ! compressed || cut < 30);
+                 cut < 12);
+
+        // Another format's magic over this one's, and this one's bytes under every other extension.
+        for (int other = 0; other < extensions.size(); ++other)
+        {
+            if (other == s)
+                continue;
+
+            auto renamed = data;
+            renamed.copyFrom (bytesOf (sources[other]).getData(), 0, 4);
+            add (save (named ("magic of " + extensions[other].substring (1) + extension), renamed), false);
+            add (save (named (extensions[s].substring (1) + " named" + extensions[other]), data), false);
+        }
+
+        // A good file with a kilobyte of noise after it.
+        juce::MemoryBlock tail (data);
+        juce::Random garbage (s + 1);
+        for (int i = 0; i < 1024; ++i)
+            tail.append (std::array<char, 1> { (char) garbage.nextInt (256) }.data(), 1);
+        add (save (named ("trailing garbage" + extension), tail), false);
     }
+
+    // Eight channels, valid in each format that takes them: readable, but no deck plays them.
+    add (writeWith (juce::WavAudioFormat(), named ("8 channels.wav"), 44100.0, 8, 4410, 16), false);
+    add (writeWith (juce::AiffAudioFormat(), named ("8 channels.aiff"), 44100.0, 8, 4410, 16), false);
+    add (writeWith (juce::FlacAudioFormat(), named ("8 channels.flac"), 44100.0, 8, 4410, 16), false);
 
     // Absurd claims.
     add (writeAbsurdRf64 (named ("absurd.rf64.wav")));
@@ -213,6 +250,22 @@ std::vector<HostileFile> writeHostileAudio (const juce::File& folder)
     add (wav (named ("65535 channels.wav"), 65535, 44100, 16, 131070 * 2, 131070 * 2));
     add (wav (named ("10 MHz.wav"), 2, 10000000, 16, 400, 400));
     add (wav (named ("500 Hz.wav"), 1, 500, 16, 400, 400));
+    for (const auto rate : { 0u, 1u, 999u, 768001u, 0x7fffffffu, 0xffffffffu })
+        add (wav (named (juce::String (rate) + " Hz.wav"), 2, (int) rate, 16, 400, 400));
+    for (const auto bits : { 0, 1, 7, 12, 40, 64, 255 })
+        add (wav (named (juce::String (bits) + " bits.wav"), 2, 44100, bits, 400, 400), false);
+    add (wav (named ("no channels.wav"), 0, 44100, 16, 400, 400));
+    add (wav (named ("empty data.wav"), 2, 44100, 16, 0, 0), false);
+    add (wav (named ("odd data.wav"), 2, 44100, 16, 401, 401), false);
+    add (aiff (named ("no frames.aiff"), 2, 0, 16, 8, 0), false);
+    add (aiff (named ("4 billion frames.aiff"), 2, 0xffffffff, 16, 400, 400));
+
+    Bytes hugeFormat;
+    hugeFormat.text ("RIFF").le32 (400).text ("WAVE").text ("fmt ").le32 (0xfffffff0).zeros (64);
+    add (hugeFormat.saveAs (named ("4 GB format chunk.wav")));
+    Bytes noFormat;
+    noFormat.text ("RIFF").le32 (412).text ("WAVE").text ("data").le32 (400).zeros (400);
+    add (noFormat.saveAs (named ("no format chunk.wav")));
     add (aiff (named ("4 bit.aiff"), 1, 44100, 4, 0, 0));
 
     auto flac = bytesOf (sources[2]);
@@ -233,17 +286,21 @@ std::vector<HostileFile> writeHostileAudio (const juce::File& folder)
     id3.text ("ID3").raw ({ 3, 0, 0, 0, 0, 0, 10 }).zeros (10);
     add (id3.saveAs (named ("tag only.mp3")));
 
-    // Nothing, noise, a folder and a pipe.
+    // Nothing, noise of many sizes under every extension, a folder and a pipe. An MP3 decoder
+    // hunts for frames through noise and may find some.
     juce::Random random (20261123);
-    for (auto* extension : { ".wav", ".aiff", ".flac", ".ogg", ".mp3" })
+    for (const auto& extension : extensions)
     {
-        const auto empty = named (juce::String ("empty") + extension);
+        const auto empty = named ("empty" + extension);
         empty.create();
         add (empty);
 
-        juce::MemoryBlock noise (4096);
-        random.fillBitsRandomly (noise.getData(), noise.getSize());
-        add (save (named (juce::String ("noise") + extension), noise), juce::String (extension) != ".mp3");
+        for (int n = 0; n < 20; ++n)
+        {
+            juce::MemoryBlock noise ((size_t) (1 + random.nextInt (n < 10 ? 512 : 65536)));
+            random.fillBitsRandomly (noise.getData(), noise.getSize());
+            add (save (named ("noise " + juce::String (n) + extension), noise), extension != ".mp3");
+        }
     }
 
     named ("folder.wav").createDirectory();

@@ -19,10 +19,11 @@ struct HostileFile
     digital silence in each compressed format (the most samples per byte they produce). */
 std::vector<juce::File> writeGenuineAudio (const juce::File& folder);
 
-/** Hostile files made from scratch or from genuine ones: truncations at several points,
-    containers and streams claiming absurd lengths (among them a 144-byte RF64 claiming 256 GB),
-    oversized metadata chunks, impossible channel counts, rates and sample sizes, zero bytes,
-    random bytes, a garbage MP3 and a FIFO named .wav. */
+/** Over 250 broken files made from scratch or from genuine ones: each format truncated at every
+    header field and at fractions of its data, given another format's magic or extension, with
+    trailing garbage; containers and streams claiming absurd lengths (among them a 144-byte RF64
+    claiming 256 GB), oversized chunks, eight or 65535 channels, impossible rates and sample
+    sizes, zero bytes, random bytes of many sizes under every extension, and a FIFO named .wav. */
 std::vector<HostileFile> writeHostileAudio (const juce::File& folder);
 
 /** The user's RF64 file: 144 bytes that claim 256 GB of 16-bit stereo. */
