@@ -1,7 +1,9 @@
 // libFuzzer entry: outside bytes as an audio file of every registered format in turn, opened
 // through the guard every deck, playlist and analysis uses, read through in blocks, read again at
-// a few places, and measured. Memory and undefined behaviour faults stop it through the sanitizers.
+// a few places, measured, and loaded into a deck's engine that plays, seeks and wraps it the way a
+// device would pull it. Memory and undefined behaviour faults stop it through the sanitizers.
 #include "engine/AudioFileGuard.h"
+#include "engine/DeckEngine.h"
 #include "engine/SharedFormatManager.h"
 #include "engine/TrackAnalysis.h"
 
@@ -12,6 +14,9 @@
 
 namespace
 {
+// The block a device pulls from a deck, in samples.
+constexpr int deviceBlock = 512;
+
 // Refusals are expected by the thousand; their log lines would only slow the run.
 struct SilentLogger : juce::Logger
 {
@@ -24,10 +29,17 @@ struct FuzzSetup
     {
         juce::Logger::setCurrentLogger (&logger);
         folder.createDirectory();
+        // The transport's timer and change messages need a message thread; none is dispatched,
+        // the decks here are driven by hand.
+        juce::MessageManager::getInstance()->setCurrentThreadAsMessageThread();
+        readAhead.startThread();
+        deck.prepare (deviceBlock, 44100.0);
     }
 
     SilentLogger logger;
     Marlode::SharedFormatManager formats;
+    juce::TimeSliceThread readAhead { "Read Ahead Buffer Thread" };
+    Marlode::DeckEngine deck;
     // One file a format, rewritten for each input: the guard opens files by name, as the deck does.
     juce::File folder = juce::File::getSpecialLocation (juce::File::tempDirectory)
                             .getChildFile ("marlode-audio-fuzz-" + juce::String ((int) getpid()));
@@ -65,6 +77,52 @@ void exercise (juce::AudioFormatReader& reader)
     Marlode::TrackAnalysis analysis;
     [[maybe_unused]] const auto results = analysis.analyse (limited);
 }
+
+// What a deck does with a file the playlist accepted: a second reader of its own behind the
+// read-ahead ring (resampled to the device's 44.1 kHz), played block by block across seeks and a
+// loop wrap at its end.
+void play (Marlode::DeckEngine& deck, juce::TimeSliceThread& readAhead, std::unique_ptr<juce::AudioFormatReader> reader)
+{
+    if (reader->numChannels > 2)
+        return;
+
+    const auto rate = reader->sampleRate;
+    juce::AudioFormatReaderSource source (reader.release(), true);
+    auto& transport = deck.transport;
+    transport.setSource (&source, 32768, &readAhead, rate);
+    deck.markers.resetForTrack (transport.getLengthInSeconds());
+    deck.setHasTrack (true);
+    transport.start();
+    deck.setPlayState (Marlode::TransportState::Playing);
+
+    juce::AudioBuffer<float> block (Marlode::DeckEngine::numChannels, deviceBlock);
+    const auto pull = [&]
+    {
+        for (int n = 0; n < 16; ++n)
+            deck.process ({ &block, 0, block.getNumSamples() });
+    };
+
+    const auto length = transport.getLengthInSeconds();
+    pull();
+
+    for (const auto seconds : { length / 2, length - 0.005, 0.0, length + 1.0 })
+    {
+        transport.setPosition (seconds);
+        pull();
+    }
+
+    deck.markers.setLoopStart (length / 3);
+    deck.markers.setLoopEnd (length / 2);
+    deck.markers.setLoopOn (true);
+    transport.setPosition (length / 2 - 0.01);
+    pull();
+
+    deck.setPlayState (Marlode::TransportState::Stopped);
+    transport.stop();
+    deck.setHasTrack (false);
+    transport.setSource (nullptr, 0, nullptr, 0.0);
+    deck.markers.clear();
+}
 }
 
 extern "C" int LLVMFuzzerTestOneInput (const std::uint8_t* data, std::size_t size)
@@ -77,7 +135,12 @@ extern "C" int LLVMFuzzerTestOneInput (const std::uint8_t* data, std::size_t siz
         file.replaceWithData (data, size);
 
         if (auto reader = Marlode::AudioFileGuard::createReader (s.formats, file))
+        {
             exercise (*reader);
+
+            if (auto deckReader = Marlode::AudioFileGuard::createReader (s.formats, file))
+                play (s.deck, s.readAhead, std::move (deckReader));
+        }
     }
 
     return 0;
