@@ -35,15 +35,22 @@ void BoxStackFilter::prepare (int size)
     }
 
     for (auto& layer : layers)
+        layer.ring.resize ((size_t) layer.length + 1);
+
+    reset();
+}
+
+void BoxStackFilter::reset() noexcept
+{
+    for (auto& layer : layers)
         layer.reset();
 }
 
-void BoxStackFilter::Layer::reset()
+void BoxStackFilter::Layer::reset() noexcept
 {
     // The state after a whole cycle of 1.0s: the running sums 1, 2, ... and the index on the
     // last slot, so the next input wraps and the window already holds `length` ones.
     multiplier = 1.0 / length;
-    ring.resize ((size_t) length + 1);
     std::iota (ring.begin(), ring.end(), 1.0);
     index = (int) ring.size() - 1;
     sum = ring.back();

@@ -25,6 +25,9 @@ public:
 
     double process (double input) noexcept;
 
+    /** Back to the rest state prepare leaves, without allocating. */
+    void reset() noexcept;
+
     /** The layers' lengths, in order. */
     [[nodiscard]] std::array<int, 3> getLengths() const noexcept;
 
@@ -38,7 +41,7 @@ private:
         int index = 0;
         double sum = 0.0, wrapJump = 0.0, multiplier = 1.0;
 
-        void reset();
+        void reset() noexcept;
         double process (double input) noexcept;
     };
 

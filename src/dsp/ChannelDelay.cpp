@@ -8,8 +8,14 @@ namespace Marlode
 void ChannelDelay::prepare (int delaySamples)
 {
     delay = juce::jmax (0, delaySamples);
-    ring.assign ((size_t) juce::nextPowerOfTwo (delay + 3), 0.0f);
+    ring.resize ((size_t) juce::nextPowerOfTwo (delay + 3));
     mask = (int) ring.size() - 1;
+    reset();
+}
+
+void ChannelDelay::reset() noexcept
+{
+    std::fill (ring.begin(), ring.end(), 0.0f);
     writeIndex = 0;
 }
 

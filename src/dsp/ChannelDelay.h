@@ -13,6 +13,9 @@ public:
     /** A delay of `delaySamples` (0 or more), starting from silence. */
     void prepare (int delaySamples);
 
+    /** Silence in the line, as after prepare. */
+    void reset() noexcept;
+
     /** Stores `input` and returns the sample written `delaySamples` before it. */
     float process (float input) noexcept;
 

@@ -9,7 +9,13 @@ void PeakHold::prepare (int windowLength)
 {
     length = std::max (1, windowLength);
     blockSize = std::max (1, length / 2);
-    ring.assign ((size_t) (3 * blockSize), lowest);
+    ring.resize ((size_t) (3 * blockSize));
+    reset();
+}
+
+void PeakHold::reset() noexcept
+{
+    std::fill (ring.begin(), ring.end(), lowest);
     present = 0;
     previous = 2;
     oldest = 1;

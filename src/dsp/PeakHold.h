@@ -27,6 +27,9 @@ public:
     /** Sizes the window to `windowLength` values (at least 1), all of them `lowest`. */
     void prepare (int windowLength);
 
+    /** Empty again, as after prepare. */
+    void reset() noexcept;
+
     void push (double value) noexcept;
 
     /** The maximum of the last window's values; `lowest` before anything was pushed. */

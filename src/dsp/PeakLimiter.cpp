@@ -18,15 +18,42 @@ void PeakLimiter::prepare (int /*samplesPerBlock*/, int channelCount, double rat
     holdSamples = (int) (holdMs * 0.001 * rate);
     releaseCoeff.store (releaseCoefficient (releaseMs.load (std::memory_order_relaxed), rate), std::memory_order_relaxed);
     releaseRestart.store (false, std::memory_order_relaxed);
-    releaseState = 1.0;
 
     peakHold.prepare (delaySamples + holdSamples);
     smoother.prepare (delaySamples);
 
     channels = std::max (0, channelCount);
+    audioDelay = delaySamples + (detection == Detection::truePeak ? TruePeakInterpolator::latency : 0);
     delays.resize ((size_t) channels);
     for (auto& d : delays)
-        d.prepare (delaySamples);
+        d.prepare (audioDelay);
+    interpolator.prepare (detection == Detection::truePeak ? channels : 0);
+    reset();
+}
+
+void PeakLimiter::reset() noexcept
+{
+    releaseState = 1.0;
+    peakHold.reset();
+    smoother.reset();
+    for (auto& d : delays)
+        d.reset();
+    interpolator.reset();
+}
+
+double PeakLimiter::samplePeak (const float* const* data, int numChannels, int i) noexcept
+{
+    // From 0, so silence never asks for a gain below 1.
+    auto peak = 0.0;
+
+    if (detection == Detection::truePeak)
+        for (int c = 0; c < numChannels; ++c)
+            peak = std::max (peak, (double) interpolator.push (c, data[c][i]));
+    else
+        for (int c = 0; c < numChannels; ++c)
+            peak = std::max (peak, (double) data[c][i]);
+
+    return peak;
 }
 
 void PeakLimiter::setThresholdDb (double dB) noexcept
@@ -54,10 +81,7 @@ double PeakLimiter::process (juce::AudioBuffer<float>& buffer, int startSample, 
 
     for (int i = startSample; i < startSample + numSamples; ++i)
     {
-        // Only the positive side is looked at; the peak starts from 0.
-        auto peak = 0.0;
-        for (int c = 0; c < numChannels; ++c)
-            peak = std::max (peak, (double) data[c][i]);
+        const auto peak = samplePeak (data, numChannels, i);
 
         // Negated, so the sliding maximum gives the smallest gain of the window.
         const auto target = peak > ceiling ? -ceiling / peak : -1.0;

@@ -3,6 +3,7 @@
 #include "dsp/BoxStackFilter.h"
 #include "dsp/ChannelDelay.h"
 #include "dsp/PeakHold.h"
+#include "dsp/TruePeakInterpolator.h"
 
 #include <juce_audio_basics/juce_audio_basics.h>
 
@@ -20,6 +21,10 @@ namespace Marlode
     attack; the audio is delayed by the attack, so the gain is down before a peak comes out.
     The result can pass the ceiling by rounding only; there is no clip after it.
 
+    A true-peak limiter looks at both signs and between the samples instead (four points per
+    sample), and delays the audio by the interpolator's look-ahead as well, so the waveform a
+    converter rebuilds stays under the ceiling, not only its samples.
+
     prepare runs while no block does; process runs on the audio thread (or a render's worker)
     and allocates nothing; the setters run on the interface thread.
 */
@@ -29,9 +34,19 @@ public:
     static constexpr double attackMs = 5.0;
     static constexpr double holdMs = 15.0;
 
-    PeakLimiter() = default;
+    enum class Detection
+    {
+        positiveSamples,
+        truePeak
+    };
+
+    explicit PeakLimiter (Detection d = Detection::positiveSamples) : detection (d) {}
 
     void prepare (int samplesPerBlock, int channelCount, double sampleRate);
+
+    /** Silence in and gain 1, as after prepare; allocates nothing, so a stage that starts
+        limiting again mid-play can call it on the audio thread. */
+    void reset() noexcept;
 
     /** Limits `numSamples` samples from `startSample` in place and returns the block's smallest
         gain. Channels past the prepared count pass untouched. */
@@ -47,13 +62,18 @@ public:
     void setReleaseMs (double ms) noexcept;
     [[nodiscard]] double getReleaseMs() const noexcept { return releaseMs.load (std::memory_order_relaxed); }
 
-    [[nodiscard]] int getDelaySamples() const noexcept { return delaySamples; }
+    /** How far the audio comes out behind what goes in. */
+    [[nodiscard]] int getDelaySamples() const noexcept { return audioDelay; }
     [[nodiscard]] int getHoldSamples() const noexcept { return holdSamples; }
 
     /** The one-pole factor of a release time at a rate. */
     [[nodiscard]] static double releaseCoefficient (double ms, double sampleRate) noexcept;
 
 private:
+    [[nodiscard]] double samplePeak (const float* const* data, int numChannels, int i) noexcept;
+
+    const Detection detection;
+
     // Written by the interface thread's setters, read by the block.
     std::atomic<double> limit { 1.0 };
     // Written by setReleaseMs (interface thread), read by it and by prepare.
@@ -67,10 +87,11 @@ private:
 
     // The audio thread's own state, reset by prepare only.
     double releaseState = 1.0;
-    int delaySamples = 0, holdSamples = 0, channels = 0;
+    int delaySamples = 0, audioDelay = 0, holdSamples = 0, channels = 0;
     PeakHold peakHold;
     BoxStackFilter smoother;
     std::vector<ChannelDelay> delays;
+    TruePeakInterpolator interpolator;
 
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (PeakLimiter)
 };

@@ -68,6 +68,10 @@ public:
         stretcher made, the block pulls the transport through the stretcher. */
     std::atomic<bool> timeStretchOn { false };
 
+    /** The factor the master plays this deck at, 1 unless loudness matching sets another: the
+        message thread writes it, the master's block reads it. */
+    std::atomic<float> matchGain { 1.0f };
+
     TrackTransport transport;
     MarkerModel markers;
     LevelMeterProcessor inputMeter, outputMeter;
