@@ -47,6 +47,12 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice, const juce::
     addAndMakeVisible (volumeAndPan);
     addAndMakeVisible (levelLights);
     addAndMakeVisible (masterEQButton);
+    addAndMakeVisible (comparison);
+    comparison.onChange = [this]
+    {
+        updateComparison();
+        resized(); // the tabs make room for their gains
+    };
     relayListeners.add (&levelLights);
     relayListeners.add (&masterEQ);
     masterEngine.setEqualiser (&masterEQ.equaliser);
@@ -191,7 +197,52 @@ void MainAudioAppComponent::setCurrentDeckFromButtons()
         if (! deckButtons[i]->getToggleState())
             continue;
 
-        masterEngine.selectDeck (&decks[i]->engine);
+        auto* previous = getCurrentDeck();
+
+        if (comparison.isMatchOn() && previous != nullptr && previous != decks[i])
+            handOver (*previous, *decks[i]);
+        else
+            masterEngine.selectDeck (&decks[i]->engine);
+    }
+
+    if (comparison.isActive())
+        updateComparison();
+}
+
+void MainAudioAppComponent::handOver (MainComponent& from, MainComponent& to)
+{
+    auto& next = to.trackDeck;
+
+    if (next.hasTrack() && from.trackDeck.hasTrack())
+        next.seek (juce::jlimit (0.0, to.engine.transport.getLengthInSeconds(), from.engine.getPosition()));
+
+    const auto state = from.trackDeck.getState();
+    const bool sounding = state == TransportState::Playing || state == TransportState::Starting;
+
+    if (sounding && next.hasTrack() && next.audioDeviceAvailable)
+    {
+        if (const auto nextState = next.getState(); nextState == TransportState::Stopped || nextState == TransportState::Paused)
+            next.playButtonClicked();
+
+        masterEngine.crossfadeTo (&to.engine);
+        fadingFrom = &from;
+        return;
+    }
+
+    if (sounding)
+        from.trackDeck.changeState (TransportState::Pausing);
+
+    masterEngine.selectDeck (&to.engine);
+}
+
+void MainAudioAppComponent::updateComparison()
+{
+    const auto texts = comparison.update (decks, getCurrentDeck());
+
+    for (int i = 0; i < deckGainLabels.size() && i < texts.size(); ++i)
+    {
+        deckGainLabels[i]->setText (texts[i], juce::dontSendNotification);
+        deckGainLabels[i]->setVisible (texts[i].isNotEmpty() && deckButtons[i]->isVisible());
     }
 }
 
@@ -210,6 +261,7 @@ void MainAudioAppComponent::addDeck (const juce::XmlElement* deckState)
 
     deck->trackDeck.audioDeviceAvailable = outputDeviceNameSlot() != "None";
     deck->onPlayStateChanged = [this] (MainComponent&) { triggerAsyncUpdate(); };
+    deck->handsOverOnSwitch = [this] { return comparison.isMatchOn(); };
     relayListeners.add (deck);
     commandManager.registerAllCommandsForTarget (deck);
     masterEngine.selectDeck (&deck->engine);
@@ -238,6 +290,12 @@ void MainAudioAppComponent::addDeck (const juce::XmlElement* deckState)
 
     decks.add (deck);
     deckButtons.add (tab);
+
+    auto* gainLabel = deckGainLabels.add (new juce::Label());
+    gainLabel->setJustificationType (juce::Justification::centred);
+    gainLabel->setFont (juce::Font (11.0f));
+    gainLabel->setInterceptsMouseClicks (false, false);
+    addChildComponent (gainLabel);
 
     tab->setToggleState (true, juce::sendNotificationSync);
     showDeck (*deck);
@@ -274,6 +332,7 @@ void MainAudioAppComponent::deleteCurrentDeck()
         const MasterEngine::DeckListChange change (masterEngine);
 
         deckButtons.remove (index);
+        deckGainLabels.remove (index);
         renumberTabs();
         resized();
         relayListeners.removeAllInstancesOf (deck);
@@ -312,6 +371,7 @@ void MainAudioAppComponent::deleteAllDecks()
         decks.remove (decks.size() - 1);
     while (! deckButtons.isEmpty())
         deckButtons.remove (deckButtons.size() - 1);
+    deckGainLabels.clear();
 
     addDeck (nullptr);
 }
@@ -573,6 +633,7 @@ std::unique_ptr<juce::XmlElement> MainAudioAppComponent::createSessionXml()
     s.addChildElement (master.createMasterEQXml().release());
 
     s.setAttribute ("num_decks", decks.size());
+    comparison.getState (s);
 
     for (int i = 0; i < decks.size(); ++i)
     {
@@ -615,6 +676,9 @@ void MainAudioAppComponent::restoreSession (const juce::XmlElement* session)
 
         if (const auto active = s.getIntAttribute ("active_deck"); juce::isPositiveAndBelow (active, decks.size()))
             deckButtons[active]->setToggleState (true, juce::sendNotificationSync);
+
+        // Last, so that restoring the active deck is a plain switch.
+        comparison.setState (s);
     }
 
     if (decks.isEmpty())
@@ -625,6 +689,17 @@ void MainAudioAppComponent::restoreSession (const juce::XmlElement* session)
 void MainAudioAppComponent::timerCallback()
 {
     tickRelayListeners();
+
+    if (comparison.isActive())
+        updateComparison();
+
+    if (fadingFrom != nullptr && masterEngine.fadingDeck() != &fadingFrom->engine)
+    {
+        if (fadingFrom != getCurrentDeck() && fadingFrom->engine.isPlaying())
+            fadingFrom->trackDeck.changeState (TransportState::Pausing);
+
+        fadingFrom = nullptr;
+    }
 
     // The window takes focus somewhat after it shows; the deck gets it back once that is over.
     if (ticksUntilFocus > 0 && --ticksUntilFocus == 0)
@@ -644,9 +719,18 @@ void MainAudioAppComponent::resized()
     title.removeFromRight (10);
     masterEQButton.setBounds (title.removeFromRight (50).reduced (0, 8));
 
-    auto tabs = title.removeFromLeft (4 * 30);
-    for (auto* b : deckButtons)
-        b->setBounds (tabs.removeFromLeft (30).reduced (1, 0));
+    auto tabs = title.removeFromLeft (4 * tabWidth);
+    const bool gainsShown = comparison.isMatchOn();
+    for (int i = 0; i < deckButtons.size(); ++i)
+    {
+        auto slot = tabs.removeFromLeft (tabWidth).reduced (1, 0);
+        if (i < deckGainLabels.size())
+            deckGainLabels[i]->setBounds (gainsShown ? slot.removeFromBottom (14) : juce::Rectangle<int>());
+        deckButtons[i]->setBounds (slot);
+    }
+
+    title.removeFromLeft (10);
+    comparison.setBounds (title.removeFromLeft (juce::jmin (title.getWidth(), 290)));
 
     for (auto* deck : decks)
         deck->setBounds (area);

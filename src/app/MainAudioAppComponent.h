@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/ComparisonComponent.h"
 #include "deck/MainComponent.h"
 #include "dsp/panels/EQWindow.h"
 #include "dsp/panels/LevelMeterHorizontalLights.h"
@@ -116,6 +117,8 @@ public:
 
     juce::OwnedArray<MainComponent> decks;
     juce::OwnedArray<juce::TextButton> deckButtons;
+    // Beside each tab, the deck's loudness-match gain while Match is on.
+    juce::OwnedArray<juce::Label> deckGainLabels;
 
     // Interface ticks left (33 ms each, about 300 ms) before the deck first takes keyboard focus.
     int ticksUntilFocus = 9;
@@ -130,6 +133,7 @@ public:
     EQWindow outputEQWindow { masterEQ, &masterEQButton };
     LevelMeterHorizontalLights levelLights { masterEngine.levels };
     VolumeAndPanComponent volumeAndPan { masterEngine.gainStage };
+    ComparisonComponent comparison { masterEngine.preview };
 
     std::unique_ptr<juce::XmlElement> savedAudioState;
     const juce::File sessionFile;
@@ -143,8 +147,17 @@ public:
     // The window's bar, then the strip with the deck tabs and the master controls.
     static constexpr int titleBarHeight = 25, masterStripHeight = 50, startupUpdateHeight = 35;
     static constexpr int titleAreaHeight = titleBarHeight + masterStripHeight;
+    static constexpr int tabWidth = 40;
 
 private:
+    /** The deck switch while Match is on: the next deck goes on at the same time in its track and
+        takes over through the master's crossfade; the previous one pauses once it has faded. */
+    void handOver (MainComponent& from, MainComponent& to);
+    void updateComparison();
+
+    // The deck fading out after a hand-over, paused by the timer once its fade has ended.
+    juce::Component::SafePointer<MainComponent> fadingFrom;
+
     void timerCallback() override;
     void handleAsyncUpdate() override;
     void showDeck (MainComponent&);

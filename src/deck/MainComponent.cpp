@@ -481,7 +481,8 @@ void MainComponent::buttonClicked (juce::Button* button)
         const auto state = trackDeck.getState();
 
         // A deck still starting is as good as playing: left alone it would play on unheard.
-        if (state == TransportState::Playing || state == TransportState::Starting)
+        const bool handedOver = handsOverOnSwitch != nullptr && handsOverOnSwitch();
+        if (! handedOver && (state == TransportState::Playing || state == TransportState::Starting))
             trackDeck.changeState (TransportState::Pausing);
     }
     else if (! isVisible())

@@ -129,6 +129,10 @@ public:
     // This deck's tab in the title area; not owned.
     juce::TextButton* deckTab = nullptr;
 
+    /** Asked when the deck's tab goes off while it plays: true when the deck bank hands its
+        sound over to the next deck itself, so the deck must not pause on its own. */
+    std::function<bool()> handsOverOnSwitch;
+
     bool waveformHadFocus = false;
 
     /** The deck's play state changed; the deck bank listens for a deck that stops. */

@@ -50,20 +50,10 @@ void BackgroundAnalyseTrack::threadComplete (bool userPressedCancel)
 
 void BackgroundAnalyseTrack::writeResultsTo (PlaylistRow& row) const
 {
-    row.isAnalysed = true;
-
     if (reader == nullptr)
-        return;
-
-    row.numChannels = results.numChannels;
-    row.lufs = results.lufs;
-    row.truePeakMax = results.truePeakMax;
-    row.rmsLeft = results.rmsLeft;
-    row.rmsRight = results.rmsRight;
-    row.rmsStereo = results.rmsStereo;
-    row.peakLeft = results.peakLeft;
-    row.peakRight = results.peakRight;
-    row.analysisTime = timeText;
+        row.isAnalysed = true;
+    else
+        row.setAnalysis (results, timeText);
 }
 
 } // namespace Marlode

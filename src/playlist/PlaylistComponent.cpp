@@ -123,7 +123,7 @@ juce::String PlaylistComponent::getCellText (const PlaylistRow& r, int columnId)
         case 7: return juce::String (r.numChannels);
         case 8: return juce::String (r.sampleRate, 0);
         case 9: return r.format == "MP3" ? juce::String() : juce::String (r.bitsPerSample);
-        case 10: return dB (r.lufs);
+        case lufsColumn: return dB (r.lufs);
         case 11: return dB (r.truePeakMax);
         case 12: return dB (r.rmsStereo);
         case 13: return dB (r.rmsLeft);
@@ -392,7 +392,11 @@ void PlaylistComponent::paintCell (juce::Graphics& g, int row, int columnId, int
     g.setColour (textColour);
     g.setFont ((float) height * 0.6f);
     const auto justification = (columnId == 2 || columnId == 3) ? juce::Justification::centredLeft : juce::Justification::centred;
-    g.drawText (getCellText (r, columnId), 2, 0, width - 4, height, justification, true);
+    const bool beingMeasured =
+        columnId == lufsColumn && rowAnalysis != nullptr && ! r.isAnalysed && r.file == rowAnalysis->getFile();
+    const auto text = beingMeasured ? "Analysing " + juce::String (juce::roundToInt (100.0 * rowAnalysis->getProgress())) + " %"
+                                    : getCellText (r, columnId);
+    g.drawText (text, 2, 0, width - 4, height, justification, true);
 
     g.setColour (widgetColour);
     g.fillRect (width - 1, 0, 1, height);
@@ -500,6 +504,38 @@ void PlaylistComponent::analyseSelectedRows()
     }
 
     analysePanel.showResults (getSelectedRowArray());
+}
+
+double PlaylistComponent::getLoadedLoudness() const noexcept
+{
+    const auto* r = getRow (loadedRow);
+    return r != nullptr && r->isAnalysed ? (double) r->lufs : std::nan ("");
+}
+
+void PlaylistComponent::analyseLoadedRowInBackground()
+{
+    const auto* loaded = getRow (loadedRow);
+
+    if (loaded == nullptr || loaded->isAnalysed || (rowAnalysis != nullptr && rowAnalysis->getFile() == loaded->file))
+        return;
+
+    rowAnalysis = std::make_unique<RowAnalysis> (AudioFileGuard::createReader (formatManager, loaded->file), loaded->file);
+    rowAnalysis->onProgress = [this] { table.repaint(); };
+    rowAnalysis->onFinished = [this]
+    {
+        const std::unique_ptr<RowAnalysis> done (rowAnalysis.release());
+
+        // The rows may have moved meanwhile: every row of the file not yet analysed takes them.
+        if (done->getResults().measured())
+            for (auto& row : rows)
+                if (row.file == done->getFile() && ! row.isAnalysed)
+                    row.setAnalysis (done->getResults(), done->getTimeText());
+
+        table.repaint();
+
+        if (onLoadedRowAnalysed != nullptr)
+            onLoadedRowAnalysed();
+    };
 }
 
 void PlaylistComponent::showAnalysePanel (bool shouldShow)

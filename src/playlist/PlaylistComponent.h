@@ -4,6 +4,7 @@
 #include "playlist/HorizontalResizeBar.h"
 #include "playlist/PlaylistCursor.h"
 #include "playlist/PlaylistRow.h"
+#include "playlist/RowAnalysis.h"
 
 #include <juce_audio_formats/juce_audio_formats.h>
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -85,6 +86,18 @@ public:
 
     /** The text of a cell: columns 1 to 9 of the table, 10 to 17 the analysis values. */
     [[nodiscard]] static juce::String getCellText (const PlaylistRow&, int columnId);
+
+    /** The loaded row's integrated loudness in LUFS; NaN when no row is loaded or it has not been
+        analysed. */
+    [[nodiscard]] double getLoadedLoudness() const noexcept;
+
+    /** Measures the loaded row in the background if it has not been analysed, its progress shown
+        in its loudness cell, then calls onLoadedRowAnalysed. A measurement of another row in
+        progress is given up. */
+    void analyseLoadedRowInBackground();
+
+    /** The background measurement of a row has ended (its rows hold the results). */
+    std::function<void()> onLoadedRowAnalysed;
 
     /** Measures the selected rows not yet analysed, one modal progress window each, in list
         order; "Cancel All" keeps the rows finished before. Then shows the selection's results. */
@@ -180,6 +193,7 @@ public:
     static constexpr int defaultAnalysePanelWidth = 300, minimumAnalysePanelWidth = 150, minimumTableWidth = 200,
                          resizeBarWidth = 6;
     static constexpr int rowHeight = 22;
+    static constexpr int lufsColumn = 10;
     static constexpr int minimumColumnWidth = 20, maximumColumnWidth = 1000;
 
 private:
@@ -201,6 +215,7 @@ private:
     int dropIndex = -1;
     juce::SparseSet<int> draggedRows;
     std::unique_ptr<juce::Component> modalPopupEater;
+    std::unique_ptr<RowAnalysis> rowAnalysis;
 
     JUCE_DECLARE_WEAK_REFERENCEABLE (PlaylistComponent)
     JUCE_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR (PlaylistComponent)

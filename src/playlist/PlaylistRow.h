@@ -1,5 +1,7 @@
 #pragma once
 
+#include "engine/TrackAnalysis.h"
+
 #include <juce_core/juce_core.h>
 
 namespace Marlode
@@ -26,6 +28,21 @@ struct PlaylistRow
     float lufs = -300.0f, truePeakMax = -300.0f;
     double rmsStereo = -300.0, rmsLeft = -300.0, rmsRight = -300.0, peakLeft = -300.0, peakRight = -300.0;
     juce::String analysisTime;
+
+    /** A finished measurement's results, measured at `time`; the row counts as analysed. */
+    void setAnalysis (const TrackAnalysisResults& r, const juce::String& time)
+    {
+        isAnalysed = true;
+        numChannels = r.numChannels;
+        lufs = r.lufs;
+        truePeakMax = r.truePeakMax;
+        rmsLeft = r.rmsLeft;
+        rmsRight = r.rmsRight;
+        rmsStereo = r.rmsStereo;
+        peakLeft = r.peakLeft;
+        peakRight = r.peakRight;
+        analysisTime = time;
+    }
 };
 
 } // namespace Marlode

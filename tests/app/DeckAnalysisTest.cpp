@@ -8,21 +8,6 @@
 using namespace Marlode;
 using namespace MarlodeTest;
 
-namespace
-{
-bool clickOn (juce::Component& c, const std::function<bool()>& outcome)
-{
-    const auto centre = c.getScreenBounds().getCentre();
-    if (! xdotool ({ "mousemove", "--sync", juce::String (centre.x), juce::String (centre.y), "click", "1" }))
-        return false;
-
-    // One long dispatch slice first: when the click's modal batch ran inside a 5 ms slice, later
-    // pointer events under Xvfb went undelivered to the slices that followed.
-    pumpMessages (300);
-    return pumpUntil (outcome, 10000);
-}
-} // namespace
-
 // Two tracks on a deck's playlist, the panel opened and "Analyse" pressed with the mouse (real X
 // events): the panel shows for a track what the measuring core finds in its file.
 TEST (DeckAnalysis, ThePanelShowsTheMeasuredValuesOfTheSelectedTrack)

@@ -16,14 +16,6 @@ juce::StringArray moveTo (juce::Point<int> screen)
     return { "mousemove", "--sync", juce::String (screen.x), juce::String (screen.y) };
 }
 
-// A click on the component's centre, then the wait for what it brings.
-bool clickOn (juce::Component& c, const std::function<bool()>& outcome)
-{
-    auto args = moveTo (c.getScreenBounds().getCentre());
-    args.addArray ({ "click", "1" });
-    return xdotool (args) && pumpUntil (outcome, 2000);
-}
-
 // Lows (50-500 Hz) against highs (6-16 kHz) of what JACK received, in dB.
 double lowsAgainstHighs (JackRecorder& recorder, int ms)
 {
@@ -47,10 +39,10 @@ TEST (DeckEqualiser, AHighPassSetByMouseCutsTheLowsOnTheDevice)
     const auto file =
         writeWav (temp.file ("pink.wav"), 44100.0, 2, (int) pink.size(), [&] (int, int i) { return pink[(size_t) i]; });
 
-    DeviceApp app;
-    ASSERT_TRUE (app.openOnDesktop (1100, 800));
-    JackRecorder recorder ("marlode-eq-recorder", 10.0);
-    ASSERT_TRUE (recorder.connectTo ("Marlode", 5000));
+    RecordedApp heard ("marlode-eq-recorder");
+    ASSERT_TRUE (heard.ready);
+    auto& app = heard.app;
+    auto& recorder = heard.recorder;
 
     auto& deck = *app.getCurrentDeck();
     ASSERT_TRUE (openWithoutAutoPlay (deck, { file }, false));

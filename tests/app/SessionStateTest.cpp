@@ -184,6 +184,9 @@ TEST_F (SessionTest, EveryValueComesBackAtTheNextStart)
         for (int i = 0; i < 3; ++i)
             changeEverything (*app->decks[i], i, tracks);
         click (*app->deckButtons[1]);
+        click (app->comparison.matchButton);
+        click (app->comparison.boostButton);
+        app->comparison.previewBox.setSelectedId (4, juce::sendNotificationSync);
 
         written = app->createSessionXml();
     }

@@ -1,5 +1,6 @@
 #include "support/DeviceApp.h"
 #include "support/TestAudio.h"
+#include "support/TestEnv.h"
 
 namespace MarlodeTest
 {
@@ -48,6 +49,18 @@ bool DeviceApp::heardWithin (int ms)
 {
     loudest.store (0.0f);
     return pumpUntil ([this] { return loudest.load() > 0.0f; }, ms);
+}
+
+bool clickOn (juce::Component& c, const std::function<bool()>& outcome, int timeoutMs)
+{
+    const auto centre = c.getScreenBounds().getCentre();
+    if (! xdotool ({ "mousemove", "--sync", juce::String (centre.x), juce::String (centre.y), "click", "1" }))
+        return false;
+
+    // One long dispatch slice first: when the click's modal batch ran inside a 5 ms slice, later
+    // pointer events under Xvfb went undelivered to the slices that followed.
+    pumpMessages (300);
+    return pumpUntil (outcome, timeoutMs);
 }
 
 } // namespace MarlodeTest

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/MainAudioAppComponent.h"
+#include "support/JackRecorder.h"
 
 #include <atomic>
 
@@ -34,5 +35,23 @@ struct DeviceApp : Marlode::MainAudioAppComponent
     std::atomic<int> callbacks { 0 };
     std::atomic<float> loudest { 0.0f }; // linear peak of the first channel
 };
+
+/** The application on the display at 1100 x 800 with a recorder of what it sends to JACK. */
+struct RecordedApp
+{
+    explicit RecordedApp (const std::string& recorderName)
+        : opened (app.openOnDesktop (1100, 800)), recorder (recorderName, 10.0),
+          ready (opened && recorder.connectTo ("Marlode", 5000))
+    {
+    }
+
+    DeviceApp app;
+    bool opened;
+    JackRecorder recorder;
+    bool ready; // on the display and heard
+};
+
+/** A real click (X events) on the component's centre, then messages until `outcome` holds. */
+bool clickOn (juce::Component&, const std::function<bool()>& outcome, int timeoutMs = 10000);
 
 } // namespace MarlodeTest
