@@ -40,8 +40,8 @@ ComparisonComponent::ComparisonComponent (StreamingPreview& previewToUse) : prev
     previewLabel.setJustificationType (juce::Justification::centredRight);
     previewGainLabel.setColour (juce::Label::textColourId, textColour);
 
-    for (auto* c :
-         std::initializer_list<juce::Component*> { &matchButton, &boostButton, &previewLabel, &previewBox, &previewGainLabel })
+    for (auto* c : std::initializer_list<juce::Component*> { &matchButton, &boostButton, &previewLabel, &previewBox,
+                                                             &previewGainLabel, &blindTestButton })
     {
         c->setWantsKeyboardFocus (false);
         c->setMouseClickGrabsKeyboardFocus (false);
@@ -140,7 +140,8 @@ void ComparisonComponent::resized()
     previewBox.setBounds (top.removeFromRight (100).reduced (0, 1));
     previewLabel.setBounds (top);
     boostButton.setBounds (area.removeFromLeft (100));
-    previewGainLabel.setBounds (area.removeFromRight (100));
+    blindTestButton.setBounds (area.removeFromRight (80).reduced (0, 1));
+    previewGainLabel.setBounds (area);
 }
 
 } // namespace Marlode

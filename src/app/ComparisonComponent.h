@@ -47,6 +47,7 @@ public:
     std::function<void()> onChange;
 
     juce::ToggleButton matchButton { "Match" }, boostButton { "Allow boost" };
+    juce::TextButton blindTestButton { "Blind test" };
     juce::Label previewLabel { {}, "Preview at" }, previewGainLabel;
     juce::ComboBox previewBox;
 

@@ -3,6 +3,7 @@
 #include "ui/Alerts.h"
 #include "ui/SondrelLookAndFeel.h"
 #include "state/EncryptedXml.h"
+#include "dsp/LoudnessMatch.h"
 
 #include <cmath>
 
@@ -48,6 +49,7 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice, const juce::
     addAndMakeVisible (levelLights);
     addAndMakeVisible (masterEQButton);
     addAndMakeVisible (comparison);
+    comparison.blindTestButton.onClick = [this] { blindTest.showWindow(); };
     comparison.onChange = [this]
     {
         updateComparison();
@@ -233,6 +235,77 @@ void MainAudioAppComponent::handOver (MainComponent& from, MainComponent& to)
         from.trackDeck.changeState (TransportState::Pausing);
 
     masterEngine.selectDeck (&to.engine);
+}
+
+BlindTestWindow::Decks MainAudioAppComponent::blindTestDecks()
+{
+    BlindTestWindow::Decks pair;
+    pair.count = [this] { return decks.size(); };
+    pair.whyNotReady = [this] (int a, int b) -> juce::String
+    {
+        for (const auto i : { a, b })
+        {
+            auto* deck = decks[i];
+            if (deck == nullptr || ! deck->trackDeck.hasTrack())
+                return "Deck " + juce::String (i + 1) + " has no track.";
+            if (! deck->trackDeck.audioDeviceAvailable)
+                return "No audio output device.";
+            if (std::isnan (deck->playlist.getLoadedLoudness()))
+            {
+                deck->playlist.analyseLoadedRowInBackground();
+                return "Measuring loudness...";
+            }
+        }
+        return {};
+    };
+    pair.listenTo = [this] (int deck, int other) { listenBlind (deck, other); };
+    pair.finish = [this] { endBlindTest(); };
+    return pair;
+}
+
+void MainAudioAppComponent::listenBlind (int index, int otherIndex)
+{
+    auto *deck = decks[index], *other = decks[otherIndex];
+    if (deck == nullptr || other == nullptr)
+        return;
+
+    const auto gains = LoudnessMatch::gainsDb ({ deck->playlist.getLoadedLoudness(), other->playlist.getLoadedLoudness() });
+    deck->engine.matchGain = juce::Decibels::decibelsToGain ((float) gains[0]);
+    other->engine.matchGain = juce::Decibels::decibelsToGain ((float) gains[1]);
+
+    auto* heard = getCurrentDeck();
+    if (heard == deck)
+        return;
+
+    if (heard == other)
+        deck->trackDeck.seek (juce::jlimit (0.0, deck->engine.transport.getLengthInSeconds(), other->engine.getPosition()));
+
+    if (const auto state = deck->trackDeck.getState(); state == TransportState::Stopped || state == TransportState::Paused)
+        deck->trackDeck.playButtonClicked();
+
+    // A third deck that was heard goes quiet for good; the pair keep playing for the next switch.
+    if (heard != nullptr && heard != other && heard->engine.isPlaying())
+        fadingFrom = heard;
+
+    masterEngine.crossfadeTo (&deck->engine);
+}
+
+void MainAudioAppComponent::endBlindTest()
+{
+    updateComparison();
+
+    MainComponent* shown = nullptr;
+    for (int i = 0; i < decks.size() && i < deckButtons.size(); ++i)
+        if (deckButtons[i]->getToggleState())
+            shown = decks[i];
+
+    if (shown != nullptr && getCurrentDeck() != shown)
+        masterEngine.crossfadeTo (&shown->engine);
+
+    // The pair played on unheard for the switches; the deck on show keeps whatever state it had.
+    for (auto* deck : decks)
+        if (deck != shown && deck->engine.isPlaying())
+            deck->trackDeck.changeState (TransportState::Pausing);
 }
 
 void MainAudioAppComponent::updateComparison()
@@ -634,6 +707,7 @@ std::unique_ptr<juce::XmlElement> MainAudioAppComponent::createSessionXml()
 
     s.setAttribute ("num_decks", decks.size());
     comparison.getState (s);
+    blindTest.getState (s);
 
     for (int i = 0; i < decks.size(); ++i)
     {
@@ -679,6 +753,7 @@ void MainAudioAppComponent::restoreSession (const juce::XmlElement* session)
 
         // Last, so that restoring the active deck is a plain switch.
         comparison.setState (s);
+        blindTest.setState (s);
     }
 
     if (decks.isEmpty())

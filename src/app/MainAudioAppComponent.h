@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/BlindTestWindow.h"
 #include "app/ComparisonComponent.h"
 #include "deck/MainComponent.h"
 #include "dsp/panels/EQWindow.h"
@@ -134,6 +135,7 @@ public:
     LevelMeterHorizontalLights levelLights { masterEngine.levels };
     VolumeAndPanComponent volumeAndPan { masterEngine.gainStage };
     ComparisonComponent comparison { masterEngine.preview };
+    BlindTestWindow blindTest { blindTestDecks(), &comparison.blindTestButton };
 
     std::unique_ptr<juce::XmlElement> savedAudioState;
     const juce::File sessionFile;
@@ -154,6 +156,12 @@ private:
         takes over through the master's crossfade; the previous one pauses once it has faded. */
     void handOver (MainComponent& from, MainComponent& to);
     void updateComparison();
+
+    /** The blind test's hold on the decks: the output to one of its pair, matched to the other
+        and at the same time in the track, and back to the current tab's deck at its end. */
+    BlindTestWindow::Decks blindTestDecks();
+    void listenBlind (int deck, int other);
+    void endBlindTest();
 
     // The deck fading out after a hand-over, paused by the timer once its fade has ended.
     juce::Component::SafePointer<MainComponent> fadingFrom;

@@ -47,6 +47,9 @@ void DesktopWindowComponent::closeWindow()
 
     onDesktop = false;
     openDesktopWindows().removeAllInstancesOf (this);
+
+    if (onClose != nullptr)
+        onClose();
 }
 
 void DesktopWindowComponent::restoreOpenWindows()

@@ -21,8 +21,11 @@ public:
     /** Puts the window on the desktop (unless it has a parent) and shows it. */
     void showWindow();
 
-    /** Takes it off the desktop and off the list of open windows. */
+    /** Takes it off the desktop and off the list of open windows, then calls onClose. */
     void closeWindow();
+
+    /** The window was closed (its bar, Escape or closeWindow). */
+    std::function<void()> onClose;
 
     /** Every tool window that is open, in the order they were opened. */
     static juce::Array<DesktopWindowComponent*>& openDesktopWindows();

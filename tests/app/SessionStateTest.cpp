@@ -187,6 +187,10 @@ TEST_F (SessionTest, EveryValueComesBackAtTheNextStart)
         click (app->comparison.matchButton);
         click (app->comparison.boostButton);
         app->comparison.previewBox.setSelectedId (4, juce::sendNotificationSync);
+        app->blindTest.showWindow();
+        app->blindTest.deckA.setSelectedId (3, juce::sendNotificationSync);
+        app->blindTest.deckB.setSelectedId (1, juce::sendNotificationSync);
+        app->blindTest.trialCount.setSelectedId (12, juce::sendNotificationSync);
 
         written = app->createSessionXml();
     }
