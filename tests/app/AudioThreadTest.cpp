@@ -248,10 +248,25 @@ TEST (AudioThread, ThePlayingCallbackMakesNoForbiddenCall)
     pumpMessages (300);
     EXPECT_GT (juce::Decibels::gainToDecibels (app.loudest.load()), -13.0f) << "the deck was heard after the restart";
 
+    // The streaming preview raising the track, its true-peak limiter at work.
+    app.comparison.boostButton.setToggleState (true, juce::sendNotificationSync);
+    app.comparison.previewBox.setSelectedId (2, juce::sendNotificationSync);
+    ASSERT_TRUE (pumpUntil ([&] { return app.comparison.previewGainLabel.getText() != "0.0 dB"; }, 5000));
+    pumpMessages (300);
+
     // A second deck takes over: the first sounds until its stop lands.
     app.addDeck (nullptr);
     ASSERT_TRUE (pumpUntil ([&] { return app.masterEngine.getPreviousDeck() == nullptr; }, 2000));
     pumpMessages (200);
+
+    // With Match on, a tab switch back hands over through the crossfade, the two decks playing.
+    ASSERT_TRUE (openWithoutAutoPlay (*app.decks[1], { monoTrack }));
+    app.decks[1]->trackDeck.playButtonClicked();
+    app.comparison.matchButton.setToggleState (true, juce::sendNotificationSync);
+    pumpMessages (300);
+    app.deckButtons[0]->setToggleState (true, juce::sendNotificationSync);
+    ASSERT_TRUE (pumpUntil ([&] { return app.getCurrentDeck() == deck && deck->engine.isPlaying(); }, 2000));
+    pumpMessages (300);
 
     EXPECT_GT (app.callbacks.load() - before, 300) << "too few callbacks ran to mean anything";
     EXPECT_EQ (RealtimeWatch::report(), "allocations 0");
