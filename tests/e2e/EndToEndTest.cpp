@@ -1,4 +1,5 @@
 #include "e2e/AppProcess.h"
+#include "support/Ebur128Reference.h"
 #include "support/JackRecorder.h"
 #include "support/TestAudio.h"
 #include "support/WaitFor.h"
@@ -40,8 +41,9 @@ struct Layout
     juce::Point<int> stopButton() const { return playButton() + juce::Point<int> (50, 0); }
     juce::Point<int> closeButton() const { return { width - border - titleBar, border + titleBar / 2 }; }
 
-    // Deck tab n (from 1), in the master strip's left end.
-    juce::Point<int> deckTab (int n) const { return { border + 8 + 30 * (n - 1) + 15, border + titleBar + masterStrip / 2 }; }
+    // Deck tab n (from 1), in the master strip's left end, then the "Match" toggle after them.
+    juce::Point<int> deckTab (int n) const { return { border + 8 + 40 * (n - 1) + 20, border + titleBar + masterStrip / 2 }; }
+    juce::Point<int> matchToggle() const { return { border + 8 + 4 * 40 + 10 + 35, border + titleBar + 4 + 10 }; }
 };
 
 Layout windowLayout (const juce::String& windowId)
@@ -734,6 +736,57 @@ TEST_F (EndToEnd, QuitAndStartAgainBringsBackTheDecksTracksAndSettings)
     ASSERT_NE (second, nullptr);
     EXPECT_EQ (second->toString(), first->toString()) << "a session read and written again is the same session";
     EXPECT_EQ (crashLog().getSize(), 0);
+}
+
+// The same noise on two decks 6 dB apart. With Match on (a click on the strip), what JACK
+// receives is as loud from either deck, and a tab click goes on from one to the other with no
+// silent sample between.
+TEST_F (EndToEnd, MatchPlaysTwoDecksAtOneLoudnessAndATabSwitchLeavesNoGap)
+{
+    MARLODE_SKIP_WITHOUT_REAL_TIME();
+
+    const auto rate = recorder.getSampleRate();
+    const auto pink = pinkNoise ((int) rate * 20);
+    const auto noise = [&] (const char* name, float gain)
+    {
+        return writeWav (
+            temp.file (name), rate, 2, (int) pink.size(), [&] (int, int i) { return gain * pink[(size_t) i]; }, 24);
+    };
+    const auto loud = noise ("loud.wav", 1.0f), quiet = noise ("quiet.wav", 0.5f);
+    const auto loudness = [&] (const std::vector<std::vector<float>>& take, size_t from)
+    {
+        const auto n = (int) (take[0].size() - from);
+        return Ebur128Reference (makeBuffer (2, n, [&] (int c, int i) { return take[(size_t) c][from + (size_t) i]; }), rate)
+            .integratedLufs;
+    };
+
+    ASSERT_NO_FATAL_FAILURE (launch ({ loud.getFullPathName() }));
+    const auto layout = windowLayout (window);
+    press (window, "ctrl+d");
+    press (window, "a");
+    AppProcess second ({ quiet.getFullPathName() }, home);
+    EXPECT_EQ (second.waitForExit (10000), 0);
+
+    click (window, layout.matchToggle());
+    pumpMessages (2000); // both tracks measured in the background
+    click (window, layout.deckTab (1));
+    press (window, "space");
+    ASSERT_TRUE (waitForSound());
+    recorder.restart();
+    hear (3000);
+    const auto first = loudness (recorder.take(), 0);
+
+    recorder.restart();
+    hear (200);
+    click (window, layout.deckTab (2));
+    hear (3000);
+    const auto across = recorder.take();
+    EXPECT_LT (longestZeroRun (across[0]), 4) << "a gap at the switch";
+    const auto afterSwitch = loudness (across, frames (1200));
+
+    EXPECT_NEAR (afterSwitch, first, 0.2) << "as loud from either deck";
+    EXPECT_NEAR (first, Ebur128Reference (readAll (quiet), rate).integratedLufs, 0.3) << "the louder deck came down";
+    quitWithCtrlQ();
 }
 
 TEST (AppProcessCheck, AnAssertionOrALeakInTheAppFailsTheTest)
