@@ -168,6 +168,18 @@ struct EndToEnd : ::testing::Test
         ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
     }
 
+    // Marlode playing `first` on deck 1, then deck 2 (Auto-Play off) given `second` by a later
+    // launch; the window's layout.
+    Layout launchTwoDecks (const juce::File& first, const juce::File& second)
+    {
+        launch ({ first.getFullPathName() });
+        press (window, "ctrl+d");
+        press (window, "a");
+        AppProcess later ({ second.getFullPathName() }, home);
+        EXPECT_EQ (later.waitForExit (10000), 0);
+        return windowLayout (window);
+    }
+
     void quitWithCtrlQ()
     {
         press (window, "ctrl+q");
@@ -413,14 +425,8 @@ TEST_F (EndToEnd, ClickingAnotherDeckTabPausesThePlayingDeckUntilTheOtherPlays)
     MARLODE_SKIP_WITHOUT_REAL_TIME();
 
     const auto b = tone ("b.wav", 0.25f);
-    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
-    const auto layout = windowLayout (window);
-
-    // Deck 2, Auto-Play off, gets its own track from a second launch.
-    press (window, "ctrl+d");
-    press (window, "a");
-    AppProcess second ({ b.getFullPathName() }, home);
-    EXPECT_EQ (second.waitForExit (10000), 0);
+    Layout layout {};
+    ASSERT_NO_FATAL_FAILURE (layout = launchTwoDecks (track, b));
     EXPECT_TRUE (waitForSilence());
     EXPECT_LT (peakOver (300), 1.0e-6f);
 
@@ -760,13 +766,8 @@ TEST_F (EndToEnd, MatchPlaysTwoDecksAtOneLoudnessAndATabSwitchLeavesNoGap)
             .integratedLufs;
     };
 
-    ASSERT_NO_FATAL_FAILURE (launch ({ loud.getFullPathName() }));
-    const auto layout = windowLayout (window);
-    press (window, "ctrl+d");
-    press (window, "a");
-    AppProcess second ({ quiet.getFullPathName() }, home);
-    EXPECT_EQ (second.waitForExit (10000), 0);
-
+    Layout layout {};
+    ASSERT_NO_FATAL_FAILURE (layout = launchTwoDecks (loud, quiet));
     click (window, layout.matchToggle());
     pumpMessages (2000); // both tracks measured in the background
     click (window, layout.deckTab (1));
