@@ -54,10 +54,12 @@ void timeOnce (benchmark::State& state, Work&& work)
     state.counters["seconds"] = seconds;
 }
 
+// The readers a playlist opens files with, and the window's popup slot it shares.
 struct Formats
 {
     Formats() { manager.registerBasicFormats(); }
     juce::AudioFormatManager manager;
+    Marlode::PopupDisplayComponent* activePopup = nullptr;
 };
 
 void OpenReaders2000 (benchmark::State& state)
@@ -82,7 +84,7 @@ void AddFiles2000 (benchmark::State& state)
     timeOnce (state,
               [&]
               {
-                  Marlode::PlaylistComponent playlist (formats.manager);
+                  Marlode::PlaylistComponent playlist (formats.manager, formats.activePopup);
                   const auto before = mallinfo2().uordblks;
                   playlist.addFiles (paths, false, true, -1);
                   bytesPerRow = (mallinfo2().uordblks - before) / (size_t) numTracks;
@@ -99,7 +101,7 @@ void OpenPlaylist2000 (benchmark::State& state)
     const auto file = juce::File::getSpecialLocation (juce::File::tempDirectory).getChildFile ("marlode-bench-playlist.xml");
 
     {
-        Marlode::PlaylistComponent source (formats.manager);
+        Marlode::PlaylistComponent source (formats.manager, formats.activePopup);
         source.addFiles (paths, false, true, -1);
         source.savePlaylist (file);
     }
@@ -107,7 +109,7 @@ void OpenPlaylist2000 (benchmark::State& state)
     timeOnce (state,
               [&]
               {
-                  Marlode::PlaylistComponent playlist (formats.manager);
+                  Marlode::PlaylistComponent playlist (formats.manager, formats.activePopup);
                   playlist.openPlaylistFile (file, false);
 
                   if (playlist.getNumRows() != numTracks)
@@ -119,7 +121,7 @@ void ScrollFrame2000 (benchmark::State& state)
 {
     const auto paths = trackPaths();
     Formats formats;
-    Marlode::PlaylistComponent playlist (formats.manager);
+    Marlode::PlaylistComponent playlist (formats.manager, formats.activePopup);
     playlist.setSize (1200, 600);
     playlist.addFiles (paths, false, true, -1);
     juce::Random random (1);

@@ -126,6 +126,9 @@ private:
 
     void publish(); // with writerLock held
 
+    /** Audio thread: the switched-on bands, in order, over a stereo block in place. */
+    void filterStereo (const PublishedBand* const* active, int numActive, float* left, float* right, int numSamples) noexcept;
+
     /** A change of the whole-equaliser settings, published at once; and one of them read. */
     template <typename Change>
     void editOutput (Change&&);

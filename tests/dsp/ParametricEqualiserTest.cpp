@@ -229,3 +229,27 @@ TEST (ParametricEqualiser, BandChangesDuringPlaybackAreSafe)
     EXPECT_GT (blocks, 1000);
     EXPECT_EQ (RealtimeWatch::report(), "allocations 0") << "no allocation, lock, wait, sleep or file";
 }
+
+// A stereo block runs its channels side by side through every band; each channel must come out
+// bit for bit as it does alone, band after band, through its own memory and across blocks.
+TEST (ParametricEqualiser, StereoBlocksAreBitForBitTheirChannelsAlone)
+{
+    const auto in = MarlodeTest::makeBuffer (2, 5000, MarlodeTest::noise);
+    Eq stereo (false);
+    std::array<std::unique_ptr<Eq>, 2> alone { std::make_unique<Eq> (false, 44100.0, 1),
+                                               std::make_unique<Eq> (false, 44100.0, 1) };
+    for (int i = 0; i < 9; ++i)
+        for (auto* eq : { (Eq*) &stereo, alone[0].get(), alone[1].get() })
+            eq->addBand (eqBand (1 + i % 5, 30.0 * std::pow (2.2, i), i % 2 ? 6.0 : -9.0, 0.7 + 0.3 * i));
+
+    const auto out = processed (stereo, in);
+    for (int c = 0; c < 2; ++c)
+    {
+        juce::AudioBuffer<float> channel (1, in.getNumSamples());
+        channel.copyFrom (0, 0, in, c, 0, in.getNumSamples());
+        const auto single = processed (*alone[(size_t) c], channel);
+        EXPECT_EQ (std::memcmp (single.getReadPointer (0), out.getReadPointer (c), sizeof (float) * (size_t) in.getNumSamples()),
+                   0)
+            << "channel " << c;
+    }
+}
