@@ -251,17 +251,19 @@ double ParametricEqualiser::responseDb (double frequency) const
 void ParametricEqualiser::filterStereo (const PublishedBand* const* active, int numActive, float* left, float* right,
                                         int numSamples) noexcept
 {
-    // A stereo block runs every band for one sample before the next: the bands' recursions are
-    // independent of each other within a sample, so the processor overlaps them instead of
-    // waiting out one band's feedback loop at a time, and the two channels share a register's
-    // lanes. Each lane does exactly the per-channel arithmetic, in the same order: the output
-    // is bit for bit that of the channel-by-channel loop.
+    // The bands run as a wavefront: in step k band j works on sample k - j, taking what band
+    // j - 1 gave in the step before. Within a step no band waits for another, so the processor
+    // overlaps their feedback loops instead of waiting out one chain of bands per sample, and
+    // the two channels share a register's lanes. Each lane does exactly the per-channel
+    // arithmetic, in the same order: the output is bit for bit that of the channel-by-channel
+    // loop, with no delay added.
     using Lanes = juce::dsp::SIMDRegister<float>;
     struct LaneBand
     {
         Lanes b0, b1, b2, a1, a2, lv1, lv2;
     };
     std::array<LaneBand, maxBands> lanes;
+    std::array<Lanes, maxBands> carry; // each band's latest output
 
     const auto pair = [] (float l, float r)
     {
@@ -285,26 +287,35 @@ void ParametricEqualiser::filterStereo (const PublishedBand* const* active, int 
                               pair (state[0][1], state[1][1]) };
     }
 
-    alignas (Lanes::SIMDRegisterSize) std::array<float, Lanes::SIMDNumElements> io {};
-
-    for (int k = 0; k < numSamples; ++k)
+    const auto step = [&lanes, &carry] (int j, Lanes v) noexcept
     {
-        io[0] = left[k];
-        io[1] = right[k];
-        auto v = Lanes::fromRawArray (io.data());
+        auto& b = lanes[(size_t) j];
+        const auto output = v * b.b0 + b.lv1;
+        b.lv1 = v * b.b1 - output * b.a1 + b.lv2;
+        b.lv2 = v * b.b2 - output * b.a2;
+        carry[(size_t) j] = output;
+    };
 
-        for (int j = 0; j < numActive; ++j)
+    alignas (Lanes::SIMDRegisterSize) std::array<float, Lanes::SIMDNumElements> io {};
+    const auto last = numActive - 1;
+
+    for (int k = 0; k < numSamples + last; ++k)
+    {
+        // From the last band down, so each reads its predecessor's output of the step before.
+        const auto lowest = std::max (0, k - numSamples + 1), highest = std::min (last, k);
+
+        for (int j = highest; j >= std::max (lowest, 1); --j)
+            step (j, carry[(size_t) (j - 1)]);
+
+        if (lowest == 0)
+            step (0, pair (left[k], right[k]));
+
+        if (k >= last)
         {
-            auto& b = lanes[(size_t) j];
-            const auto output = v * b.b0 + b.lv1;
-            b.lv1 = v * b.b1 - output * b.a1 + b.lv2;
-            b.lv2 = v * b.b2 - output * b.a2;
-            v = output;
+            carry[(size_t) last].copyToRawArray (io.data());
+            left[k - last] = io[0];
+            right[k - last] = io[1];
         }
-
-        v.copyToRawArray (io.data());
-        left[k] = io[0];
-        right[k] = io[1];
     }
 
     for (int j = 0; j < numActive; ++j)
