@@ -7,13 +7,7 @@ void DeckEffects::prepare (double sampleRate, int maximumBlockSize, int numChann
 {
     const juce::dsp::ProcessSpec spec { sampleRate, (juce::uint32) juce::jmax (1, maximumBlockSize),
                                         (juce::uint32) juce::jmax (1, numChannels) };
-    highPass.setType (juce::dsp::LinkwitzRileyFilterType::highpass);
-    lowPass.setType (juce::dsp::LinkwitzRileyFilterType::lowpass);
-    for (auto* f : { &highPass, &lowPass })
-    {
-        f->reset();
-        f->prepare (spec);
-    }
+    crossoverFilter.prepare (sampleRate);
 
     capacity = (int) spec.maximumBlockSize;
     for (auto* b : { &monoBuffer, &midBuffer, &sideBuffer })
@@ -69,14 +63,11 @@ void DeckEffects::crossover (juce::AudioBuffer<float>& buffer, int start, int n)
     sumToMono (buffer, start, n);
 
     // The cutoff is set every block; the filters keep their state.
-    const auto f = xOverFreq.load (std::memory_order_relaxed);
-    auto lows = juce::dsp::AudioBlock<float> (monoBuffer).getSubBlock (0, (size_t) n);
-    lowPass.setCutoffFrequency (f);
-    lowPass.process (juce::dsp::ProcessContextReplacing<float> (lows));
+    crossoverFilter.setCutoffFrequency (xOverFreq.load (std::memory_order_relaxed));
+    crossoverFilter.process (buffer.getWritePointer (0, start), buffer.getWritePointer (1, start), monoBuffer.getWritePointer (0),
+                             n);
 
     auto block = juce::dsp::AudioBlock<float> (buffer).getSubBlock ((size_t) start, (size_t) n);
-    highPass.setCutoffFrequency (f);
-    highPass.process (juce::dsp::ProcessContextReplacing<float> (block));
 
     if (soloLow.load (std::memory_order_relaxed))
         block.clear();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dsp/BlockProcessor.h"
+#include "dsp/CrossoverFilter.h"
 
 #include <juce_dsp/juce_dsp.h>
 
@@ -13,7 +14,8 @@ namespace Marlode
 /**
     A deck's listening section for checking mixes: the whole signal in mono, the lows in mono under
     a Linkwitz-Riley crossover (with solos and a safety limiter ending in a hard clip), or mid and
-    side with solos and gains. A one-channel block passes untouched.
+    side with solos and gains. A one-channel block passes untouched; the crossover's high half is on
+    the first two channels, as a deck's block is stereo.
 
     The switches and values are written by the panel on the message thread and read by the block
     on the audio thread (relaxed atomics: a change takes effect at the next read, gains jump at the
@@ -41,7 +43,7 @@ private:
     void midAndSide (juce::AudioBuffer<float>&, int start, int n) noexcept;
 
     juce::AudioBuffer<float> monoBuffer, midBuffer, sideBuffer;
-    juce::dsp::LinkwitzRileyFilter<float> highPass, lowPass;
+    CrossoverFilter crossoverFilter;
     juce::dsp::Limiter<float> safetyLimiter;
     int capacity = 0; // samples the work buffers hold
 
