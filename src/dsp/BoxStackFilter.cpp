@@ -57,40 +57,6 @@ void BoxStackFilter::Layer::reset() noexcept
     wrapJump = sum;
 }
 
-double BoxStackFilter::Layer::process (double input) noexcept
-{
-    const auto size = (int) ring.size();
-
-    if (++index == size)
-    {
-        index = 0;
-        wrapJump = sum;
-        sum = 0.0;
-    }
-
-    sum += input;
-    ring[(size_t) index] = sum;
-
-    auto position = index - length;
-    auto value = sum;
-
-    if (position < 0)
-    {
-        value += wrapJump;
-        position += size;
-    }
-
-    return (value - ring[(size_t) position]) * multiplier;
-}
-
-double BoxStackFilter::process (double input) noexcept
-{
-    for (auto& layer : layers)
-        input = layer.process (input);
-
-    return input;
-}
-
 std::array<int, 3> BoxStackFilter::getLengths() const noexcept
 {
     return { layers[0].length, layers[1].length, layers[2].length };

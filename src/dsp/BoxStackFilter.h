@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <vector>
 
 namespace Marlode
@@ -23,7 +24,13 @@ public:
     /** Lengths for a total span of `size` samples (at least 1) and the rest state. */
     void prepare (int size);
 
-    double process (double input) noexcept;
+    double process (double input) noexcept
+    {
+        for (auto& layer : layers)
+            input = layer.process (input);
+
+        return input;
+    }
 
     /** Back to the rest state prepare leaves, without allocating. */
     void reset() noexcept;
@@ -42,7 +49,31 @@ private:
         double sum = 0.0, wrapJump = 0.0, multiplier = 1.0;
 
         void reset() noexcept;
-        double process (double input) noexcept;
+        double process (double input) noexcept
+        {
+            const auto size = (int) ring.size();
+
+            if (++index == size)
+            {
+                index = 0;
+                wrapJump = sum;
+                sum = 0.0;
+            }
+
+            sum += input;
+            ring[(size_t) index] = sum;
+
+            auto position = index - length;
+            auto value = sum;
+
+            if (position < 0)
+            {
+                value += wrapJump;
+                position += size;
+            }
+
+            return (value - ring[(size_t) position]) * multiplier;
+        }
     };
 
     std::array<Layer, 3> layers;

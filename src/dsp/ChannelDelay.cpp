@@ -19,12 +19,4 @@ void ChannelDelay::reset() noexcept
     writeIndex = 0;
 }
 
-float ChannelDelay::process (float input) noexcept
-{
-    ring[(size_t) writeIndex] = input;
-    const auto out = ring[(size_t) ((writeIndex - delay) & mask)];
-    writeIndex = (writeIndex + 1) & mask;
-    return out;
-}
-
 } // namespace Marlode

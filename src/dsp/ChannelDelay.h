@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 namespace Marlode
@@ -17,7 +18,13 @@ public:
     void reset() noexcept;
 
     /** Stores `input` and returns the sample written `delaySamples` before it. */
-    float process (float input) noexcept;
+    float process (float input) noexcept
+    {
+        ring[(size_t) writeIndex] = input;
+        const auto out = ring[(size_t) ((writeIndex - delay) & mask)];
+        writeIndex = (writeIndex + 1) & mask;
+        return out;
+    }
 
 private:
     std::vector<float> ring; // a power of two long
