@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Which way the includes go. Each folder may include only folders below it, from the bottom:
-#   state, ui, dsp, dsp/panels, engine, waveform, playlist, share, deck, update, app
+#   state, ui, dsp, dsp/panels, engine, waveform, playlist, share, export, deck, update, app
 # and the engine library (state/, dsp/ without its panels, engine/) includes nothing outside
 # itself and no window code. Prints every include that breaks a rule and exits 1 if there is one.
 set -euo pipefail
 src="${1:-$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/src}"
-order=(state ui dsp dsp/panels engine waveform playlist share deck update app)
+order=(state ui dsp dsp/panels engine waveform playlist share export deck update app)
 engine_library=" state dsp engine "
 
 rank() {

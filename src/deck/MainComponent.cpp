@@ -1,5 +1,6 @@
 #include "deck/MainComponent.h"
 #include "ui/CommandIDs.h"
+#include "engine/AudioFileGuard.h"
 #include "ui/Alerts.h"
 #include "ui/Palette.h"
 
@@ -81,7 +82,8 @@ MainComponent::MainComponent (juce::KeyPressMappingSet* keyMappingsToUse, PopupD
                                    static_cast<TimerRelayListener*> (&outputMeter), static_cast<TimerRelayListener*> (&deckEQ) })
         relayListeners.add (l);
 
-    engine.setStages (&deckEQ.equaliser, &deckFX.mono.effects, &deckFX.limiter.limiter);
+    const auto [eq, effects, limiter] = stages();
+    engine.setStages (eq, effects, limiter);
     engine.setStretcher (&timeStretch.stretcher);
 
     showPanel (Panel::playlist);
@@ -99,7 +101,14 @@ MainComponent::~MainComponent()
 //==============================================================================
 void MainComponent::prepareToPlay (int blockSize, double sampleRate)
 {
+    liveBlockSize = blockSize;
+    liveSampleRate = sampleRate;
     engine.prepare (blockSize, sampleRate);
+}
+
+std::array<BlockProcessor*, 3> MainComponent::stages() noexcept
+{
+    return { &deckEQ.equaliser, &deckFX.mono.effects, &deckFX.limiter.limiter };
 }
 
 //==============================================================================
@@ -202,7 +211,53 @@ void MainComponent::saveButtonClicked()
 void MainComponent::exportAudioButtonClicked()
 {
     if (! trackDeck.hasTrack())
+    {
         Alerts::warning ("Export Audio", "No track is loaded.");
+        return;
+    }
+
+    // The render runs the deck's own stages, which the device's block must then leave alone: a
+    // block runs them only while the deck plays.
+    if (const auto state = trackDeck.getState(); state != TransportState::Stopped && state != TransportState::Paused)
+        trackDeck.stopButtonClicked();
+
+    const juce::File track (trackDeck.getCurrentTrackPath());
+    exportWriter.reader = AudioFileGuard::createReader (getFormatManager(), track);
+    if (exportWriter.reader == nullptr)
+    {
+        Alerts::warning ("Error reading files", PlaylistComponent::couldNotBeRead (1) + "\n\n" + track.getFullPathName());
+        return;
+    }
+
+    exportWriter.sourceFile = track;
+    exportWriter.timeStretch = engine.timeStretchOn.load() ? &timeStretch.stretcher : nullptr;
+    exportWriter.blockSize = liveBlockSize;
+    exportWriter.prepareChain = [this] (double rate, int block, int channels)
+    {
+        for (auto* stage : stages())
+            stage->prepare (rate, block, channels);
+    };
+    exportWriter.processBlock = [this] (const juce::AudioSourceChannelInfo& info)
+    {
+        for (auto* stage : stages())
+            stage->process (info);
+    };
+    exportWriter.onFinished = [this]
+    {
+        for (auto* stage : stages())
+            stage->prepare (liveSampleRate, liveBlockSize, DeckEngine::numChannels);
+    };
+
+    exportPanel = std::make_unique<AudioFileExportComponent> (exportWriter, activePopup);
+    showPopup (*exportPanel);
+}
+
+void MainComponent::showPopup (PopupDisplayComponent& popup)
+{
+    // Over the whole window when the deck is in one, so it dims the master strip as well.
+    auto* host = getParentComponent() != nullptr ? getParentComponent() : this;
+    host->addChildComponent (popup);
+    popup.show();
 }
 
 bool MainComponent::isInterestedInFileDrag (const juce::StringArray&)
@@ -458,9 +513,7 @@ void MainComponent::focusChanged()
 void MainComponent::showMeterSettings (LevelMeter& meter)
 {
     meterSettings = std::make_unique<LevelMeterSettingsComponent> (meter.getSelectedTypeName(), meter, activePopup);
-    auto* host = getParentComponent() != nullptr ? getParentComponent() : this;
-    host->addChildComponent (*meterSettings);
-    meterSettings->show();
+    showPopup (*meterSettings);
 }
 
 void MainComponent::buttonClicked (juce::Button* button)

@@ -12,6 +12,7 @@
 #include "dsp/panels/TimeStretchComponent.h"
 #include "dsp/panels/LevelMeter.h"
 #include "dsp/panels/LevelMeterSettingsComponent.h"
+#include "export/AudioFileExportComponent.h"
 #include "ui/TimerRelayBroadcaster.h"
 #include "playlist/PlaylistComponent.h"
 #include "waveform/WaveformBackground.h"
@@ -169,6 +170,20 @@ private:
     std::unique_ptr<juce::FileChooser> chooser;
     std::unique_ptr<LevelMeterSettingsComponent> meterSettings;
 
+    void showPopup (PopupDisplayComponent&);
+
+    /** The deck's stages in the order its block runs them: equaliser, effects, limiter. */
+    [[nodiscard]] std::array<BlockProcessor*, 3> stages() noexcept;
+
+    // The device's block size and rate, for preparing the stages again after an export.
+    int liveBlockSize = 512;
+    double liveSampleRate = 44100.0;
+
+public:
+    AudioFileWriter exportWriter;
+    std::unique_ptr<AudioFileExportComponent> exportPanel;
+
+private:
     void showMeterSettings (LevelMeter&);
 
     Panel panel = Panel::playlist;

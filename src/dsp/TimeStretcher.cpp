@@ -62,6 +62,14 @@ void TimeStretcher::setOption (Option o, int id) noexcept
     options[(size_t) o].store (validId (o, id), std::memory_order_relaxed);
 }
 
+void TimeStretcher::copySettingsFrom (const TimeStretcher& other) noexcept
+{
+    setTimeRatio (other.getTimeRatio());
+    setPitchScale (other.getPitchScale());
+    for (int o = 0; o < numOptions; ++o)
+        setOption ((Option) o, other.getOption ((Option) o));
+}
+
 void TimeStretcher::prepare (int samplesPerBlock, int channels, double sampleRate)
 {
     if (samplesPerBlock <= 0 || sampleRate <= 0.0 || channels <= 0)

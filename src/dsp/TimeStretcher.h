@@ -66,6 +66,10 @@ public:
     [[nodiscard]] double getTimeRatio() const noexcept { return timeRatio.load (std::memory_order_relaxed); }
     [[nodiscard]] double getPitchScale() const noexcept { return pitchScale.load (std::memory_order_relaxed); }
 
+    /** Message thread: another stretcher's ratio, pitch and options, as a render's private copy
+        takes the live deck's; applied at the next prepare or block. */
+    void copySettingsFrom (const TimeStretcher& other) noexcept;
+
     /** Message thread: an option's combo id, 1 for the first choice; an id the option doesn't
         have is taken as 1. */
     void setOption (Option, int id) noexcept;
