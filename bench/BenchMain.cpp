@@ -30,6 +30,9 @@ const Comparison comparisons[] = {
     { "TimeStretcherAt1_5", "RubberBandAt1_5", "realtime_factor" },
     // At least 1 / 1.2: with everything else on, the path costs at most 1.2 times the stretcher.
     { "EverythingWithStretcherAt1_5", "TimeStretcherAt1_5", "realtime_factor" },
+    // Rendering a file: against reading and writing it (the floor), and against sox.
+    { "ExportRender", "ExportCopyFloor", "realtime_factor" },
+    { "ExportRender", "SoxEightEqualisers", "realtime_factor" },
 };
 
 class RatioReporter : public benchmark::ConsoleReporter

@@ -1,6 +1,7 @@
 // What a 2,000-track playlist costs: adding the files (each opened for its facts) and opening a
 // playlist file, against merely opening a reader for each file; the memory a row takes; and one
 // frame of scrolling, against the 33 ms interface tick.
+#include "BenchTiming.h"
 #include "playlist/PlaylistComponent.h"
 
 #include <benchmark/benchmark.h>
@@ -37,21 +38,6 @@ juce::StringArray trackPaths()
     }
 
     return paths;
-}
-
-template <typename Work>
-void timeOnce (benchmark::State& state, Work&& work)
-{
-    double seconds = 0.0;
-
-    for (auto _ : state)
-    {
-        const auto start = juce::Time::getMillisecondCounterHiRes();
-        work();
-        seconds = (juce::Time::getMillisecondCounterHiRes() - start) / 1000.0;
-    }
-
-    state.counters["seconds"] = seconds;
 }
 
 // The readers a playlist opens files with, and the window's popup slot it shares.

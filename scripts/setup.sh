@@ -10,7 +10,7 @@ packages=(
   libfreetype-dev libpng-dev libjpeg62-turbo-dev
   libx11-dev libxrandr-dev libxinerama-dev libxext-dev libxcursor-dev libxrender-dev libxcomposite-dev
   fonts-dejavu-core fontconfig-config
-  libgtest-dev libgmock-dev libbenchmark-dev libebur128-dev
+  libgtest-dev libgmock-dev libbenchmark-dev libebur128-dev sox
   clang libclang-rt-14-dev clang-format-14
   jackd2 xvfb xauth x11-utils xdotool python3 iproute2
   librsvg2-bin desktop-file-utils appstream dpkg-dev
