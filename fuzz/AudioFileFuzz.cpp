@@ -1,11 +1,12 @@
 // libFuzzer entry: outside bytes as an audio file of every registered format in turn, opened
 // through the guard every deck, playlist and analysis uses, read through in blocks, read again at
-// a few places, measured, and loaded into a deck's engine that plays, seeks and wraps it the way a
+// a few places, measured, exported, and loaded into a deck's engine that plays, seeks and wraps it the way a
 // device would pull it. Memory and undefined behaviour faults stop it through the sanitizers.
 #include "engine/AudioFileGuard.h"
 #include "engine/DeckEngine.h"
 #include "engine/SharedFormatManager.h"
 #include "engine/TrackAnalysis.h"
+#include "engine/TrackRenderer.h"
 
 #include <unistd.h>
 
@@ -76,6 +77,16 @@ void exercise (juce::AudioFormatReader& reader)
     juce::AudioSubsectionReader limited (&reader, 0, length, false);
     Marlode::TrackAnalysis analysis;
     [[maybe_unused]] const auto results = analysis.analyse (limited);
+
+    juce::MemoryBlock exported;
+    std::unique_ptr<juce::AudioFormatWriter> writer (juce::WavAudioFormat().createWriterFor (
+        new juce::MemoryOutputStream (exported, false), 44100.0, reader.numChannels, 24, {}, 0));
+    if (writer != nullptr)
+    {
+        Marlode::TrackRenderer renderer (limited, {}, nullptr, 44100.0, deviceBlock, false);
+        renderer.setUp();
+        renderer.run (*writer);
+    }
 }
 
 // What a deck does with a file the playlist accepted: a second reader of its own behind the

@@ -1,6 +1,7 @@
 #include "engine/AudioFileGuard.h"
 #include "engine/SharedFormatManager.h"
 #include "engine/TrackAnalysis.h"
+#include "engine/TrackRenderer.h"
 #include "support/HostileFiles.h"
 #include "support/TestAudio.h"
 
@@ -63,7 +64,7 @@ TEST (AudioFileGuard, GenuineFilesOfEveryFormatPassAndReadAsTheFrameworkReadsThe
     }
 }
 
-TEST (AudioFileGuard, HostileFilesAreRefusedBeforeAnyReaderSizesFromThem)
+TEST (AudioFileGuard, HostileFilesAreRefusedBeforeAnyReaderSizesFromThemAndTheRestReadMeasureAndExport)
 {
     TempFolder temp;
     SharedFormatManager formats;
@@ -82,12 +83,21 @@ TEST (AudioFileGuard, HostileFilesAreRefusedBeforeAnyReaderSizesFromThem)
         }
         else if (reader != nullptr)
         {
-            // Readable up to where it stops: reading and measuring all it claims gives no fault.
+            // Readable up to where it stops: reading, measuring and exporting all it claims gives
+            // no fault.
             EXPECT_EQ (AudioFileGuard::checkClaims (*reader, hostile.file.getSize(), true), "");
             juce::AudioBuffer<float> all ((int) reader->numChannels, (int) reader->lengthInSamples);
             reader->read (&all, 0, all.getNumSamples(), 0, true, true);
             const auto measured = TrackAnalysis().analyse (*reader);
             EXPECT_TRUE (std::isfinite (measured.rmsStereo)) << hostile.file.getFileName();
+
+            juce::MemoryBlock exported;
+            std::unique_ptr<juce::AudioFormatWriter> writer (juce::WavAudioFormat().createWriterFor (
+                new juce::MemoryOutputStream (exported, false), 44100.0, reader->numChannels, 24, {}, 0));
+            ASSERT_NE (writer, nullptr) << hostile.file.getFileName();
+            TrackRenderer renderer (*reader, {}, nullptr, 44100.0, 512, false);
+            renderer.setUp();
+            EXPECT_TRUE (renderer.run (*writer)) << hostile.file.getFileName();
         }
     }
 
