@@ -83,7 +83,9 @@ AudioFileExportComponent::AudioFileExportComponent (AudioFileWriter& w, PopupDis
     {
         chooser = std::make_unique<juce::FileChooser> ("Choose a file name and location",
                                                        juce::File::getSpecialLocation (juce::File::userHomeDirectory), "*.wav");
-        chooser->launchAsync (juce::FileBrowserComponent::saveMode | juce::FileBrowserComponent::warnAboutOverwriting,
+        // The framework's own dialog also wants to be told that files are what is chosen.
+        chooser->launchAsync (juce::FileBrowserComponent::saveMode | juce::FileBrowserComponent::canSelectFiles
+                                  | juce::FileBrowserComponent::warnAboutOverwriting,
                               [chosen] (const juce::FileChooser& fc) { chosen (fc.getResult()); });
     };
 

@@ -41,6 +41,25 @@ struct Layout
     juce::Point<int> stopButton() const { return playButton() + juce::Point<int> (50, 0); }
     juce::Point<int> closeButton() const { return { width - border - titleBar, border + titleBar / 2 }; }
 
+    // The title bar's menu button at its left end.
+    juce::Point<int> menuButton() const { return { border + titleBar, border + titleBar / 2 }; }
+
+    // A row's control in the export popup, from the top (0 "Format" ... 3 "File Path"'s "..."),
+    // and its buttons: the box of 460 x 290 stands in the middle of the window's content.
+    juce::Point<int> exportRow (int row) const
+    {
+        const auto box =
+            juce::Rectangle<int> (border, border, width - 2 * border, height - 2 * border).withSizeKeepingCentre (460, 290);
+        const auto y = box.getY() + 30 + 10 + 30 * row + 15;
+        return { row == 3 ? box.getRight() - 16 - 20 : box.getX() + 16 + 110 + 8 + 66, y };
+    }
+    juce::Point<int> exportButton() const
+    {
+        const auto box =
+            juce::Rectangle<int> (border, border, width - 2 * border, height - 2 * border).withSizeKeepingCentre (460, 290);
+        return { box.getCentreX() - 65, box.getBottom() - 10 - 17 };
+    }
+
     // Deck tab n (from 1), in the master strip's left end, then the "Match" toggle after them.
     juce::Point<int> deckTab (int n) const { return { border + 8 + 40 * (n - 1) + 20, border + titleBar + masterStrip / 2 }; }
     juce::Point<int> matchToggle() const { return { border + 8 + 4 * 40 + 10 + 35, border + titleBar + 4 + 10 }; }
@@ -787,6 +806,58 @@ TEST_F (EndToEnd, MatchPlaysTwoDecksAtOneLoudnessAndATabSwitchLeavesNoGap)
 
     EXPECT_NEAR (afterSwitch, first, 0.2) << "as loud from either deck";
     EXPECT_NEAR (first, Ebur128Reference (readAll (quiet), rate).integratedLufs, 0.3) << "the louder deck came down";
+    quitWithCtrlQ();
+}
+
+// "Export Audio" from the menu by keys, the popup's boxes by mouse and keys, the file named in
+// the save dialog, "Export": a WAV of the track's length appears, and the deck plays again.
+TEST_F (EndToEnd, ExportAudioFromTheMenuWritesTheTrackAndTheDeckPlaysOn)
+{
+    MARLODE_SKIP_WITHOUT_REAL_TIME();
+
+    ASSERT_NO_FATAL_FAILURE (launch ({ track.getFullPathName() }));
+    EXPECT_TRUE (waitForSound());
+    const auto layout = windowLayout (window);
+
+    click (window, layout.menuButton());
+    pumpMessages (500);
+    run ({ "xdotool", "key", "Down", "Down", "Down", "Down", "Down", "Return" }); // past the three sub-menus and "Save Playlist"
+    EXPECT_TRUE (waitForSilence()) << "the deck stops for the export";
+
+    for (int row = 0; row < 3; ++row)
+    {
+        click (window, layout.exportRow (row));
+        pumpMessages (400);
+        run ({ "xdotool", "key", "Down", "Return" });
+        pumpMessages (200);
+    }
+
+    const auto target = temp.file ("exported.wav");
+    click (window, layout.exportRow (3));
+    const auto dialog = findWindow ("Choose a file name and location", 10000, app.get());
+    ASSERT_TRUE (dialog.isNotEmpty()) << "no save dialog";
+    pumpMessages (500);
+
+    // The framework's own dialog: its "file:" box runs along the bottom, "Save" below its end.
+    const auto size = windowLayout (dialog);
+    clickAt (dialog, size.width / 2, size.height - 64);
+    run ({ "xdotool", "type", target.getFullPathName() });
+    clickAt (dialog, size.width - 55, size.height - 24);
+    ASSERT_TRUE (waitFor ([&] { return findWindow ("Choose a file name and location", 0, app.get()).isEmpty(); }, 5000));
+    pumpMessages (300);
+
+    click (window, layout.exportButton());
+    ASSERT_TRUE (waitFor ([&] { return target.existsAsFile(); }, 20000)) << "no file was written";
+    pumpMessages (500);
+
+    double rate = 0.0;
+    const auto written = readAll (target, &rate);
+    EXPECT_EQ (rate, 44100.0);
+    EXPECT_EQ (written.getNumSamples(), (trackAudio.getNumSamples() + 511) / 512 * 512);
+    EXPECT_EQ (written.getNumChannels(), 2);
+
+    press (window, "space");
+    EXPECT_TRUE (waitForSound()) << "the deck plays again after the export";
     quitWithCtrlQ();
 }
 
