@@ -30,6 +30,11 @@ void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
 
     // The window fits itself around its content from here on, so the content needs a size first.
     auto* content = new MainAudioAppComponent (true, appDataDirectory.getChildFile ("PreviousState.cfg"));
+
+    if (const auto scale = content->storedSettings.getDouble (StoredSettings::displayScale, 0.0);
+        SettingsComponent::appliesAtStart (scale))
+        juce::Desktop::getInstance().setGlobalScaleFactor ((float) scale);
+
     content->setSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
     mainWindow->setContentOwned (content, true);
 

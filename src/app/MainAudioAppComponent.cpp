@@ -64,6 +64,7 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice, const juce::
     restoreSession (sessionFile == juce::File() ? nullptr
                                                 : EncryptedXml::readEncryptedXml (sessionFile, EncryptedXml::sessionKey).get());
 
+    addChildComponent (settingsPanel);
     addChildComponent (startupUpdate);
     addChildComponent (userUpdate);
     if (storedSettings.getBool (StoredSettings::checkForUpdates, true))
@@ -306,6 +307,12 @@ void MainAudioAppComponent::endBlindTest()
     for (auto* deck : decks)
         if (deck != shown && deck->engine.isPlaying())
             deck->trackDeck.changeState (TransportState::Pausing);
+}
+
+void MainAudioAppComponent::showSettings()
+{
+    settingsPanel.refresh();
+    settingsPanel.show();
 }
 
 void MainAudioAppComponent::updateComparison()
@@ -586,8 +593,8 @@ bool MainAudioAppComponent::perform (const InvocationInfo& info)
             if (auto* window = dynamic_cast<juce::ResizableWindow*> (getTopLevelComponent()))
                 window->setFullScreen (! window->isFullScreen());
             break;
-        case settings:
-        case showDebug: break; // their windows come with the settings and debug panels
+        case settings: showSettings(); break;
+        case showDebug: break; // its window comes with the debug panel
         default: return false;
     }
 
@@ -652,10 +659,11 @@ void MainAudioAppComponent::menuItemChosen (int id)
     switch (id)
     {
         case 6:
-            juce::Desktop::getInstance().setGlobalScaleFactor (1.0f);
+            settingsPanel.resetScale();
             if (auto* window = getTopLevelComponent(); window != nullptr && window != this)
                 window->setBounds (window->getBounds().withWidth (850));
             break;
+        case 7: showSettings(); break;
         case 12: askApplicationToQuit(); break;
         case 13: addDeck (nullptr); break;
         case 14: deleteDecksWhenStopped (false); break;
@@ -668,8 +676,6 @@ void MainAudioAppComponent::menuItemChosen (int id)
 //==============================================================================
 namespace
 {
-    const juce::Identifier showWelcomeKey ("show_welcome");
-
     // A device set-up from the file, without a rate or block size no device could run at.
     std::unique_ptr<juce::XmlElement> plausibleDeviceSetup (const juce::XmlElement& stored)
     {
@@ -692,8 +698,10 @@ std::unique_ptr<juce::XmlElement> MainAudioAppComponent::createSessionXml()
     if (auto* window = dynamic_cast<juce::ResizableWindow*> (getTopLevelComponent()))
         s.setAttribute ("window_state", window->getWindowStateAsString());
 
-    s.setAttribute ("check_for_updates", storedSettings.getBool (StoredSettings::checkForUpdates, true));
-    s.setAttribute ("show_welcome", storedSettings.getBool (showWelcomeKey, true));
+    s.setAttribute (StoredSettings::displayScaleComboId, storedSettings.getInt (StoredSettings::displayScaleComboId, 0));
+    s.setAttribute (StoredSettings::displayScale, storedSettings.getDouble (StoredSettings::displayScale, 0.0));
+    s.setAttribute (StoredSettings::checkForUpdates, storedSettings.getBool (StoredSettings::checkForUpdates, true));
+    s.setAttribute (StoredSettings::showWelcome, storedSettings.getBool (StoredSettings::showWelcome, true));
     s.setAttribute ("mute", volumeAndPan.muteButton.getToggleState());
     s.setAttribute ("volume", volumeAndPan.volumeSlider.getValue());
     s.setAttribute ("pan", volumeAndPan.panSlider.getValue());
@@ -732,8 +740,17 @@ void MainAudioAppComponent::restoreSession (const juce::XmlElement* session)
             savedAudioState = plausibleDeviceSetup (*device);
 
         windowState = s.getStringAttribute ("window_state");
-        storedSettings.setBool (StoredSettings::checkForUpdates, s.getBoolAttribute ("check_for_updates", true));
-        storedSettings.setBool (showWelcomeKey, s.getBoolAttribute ("show_welcome", true));
+        // The box's id must name one of its items before the scale is read at all.
+        if (const auto id = s.getIntAttribute (StoredSettings::displayScaleComboId);
+            id > 0 && id <= (int) SettingsComponent::scales.size())
+        {
+            storedSettings.setInt (StoredSettings::displayScaleComboId, id);
+            storedSettings.setDouble (StoredSettings::displayScale,
+                                      SettingsComponent::storedScale (id, s.getDoubleAttribute (StoredSettings::displayScale)));
+        }
+
+        storedSettings.setBool (StoredSettings::checkForUpdates, s.getBoolAttribute (StoredSettings::checkForUpdates, true));
+        storedSettings.setBool (StoredSettings::showWelcome, s.getBoolAttribute (StoredSettings::showWelcome, true));
 
         const auto finite = [] (double v, double otherwise) { return std::isfinite (v) ? v : otherwise; };
         volumeAndPan.muteButton.setToggleState (s.getBoolAttribute ("mute"), juce::sendNotificationSync);

@@ -6,6 +6,7 @@
 #include "dsp/panels/EQWindow.h"
 #include "dsp/panels/LevelMeterHorizontalLights.h"
 #include "engine/MasterEngine.h"
+#include "ui/SettingsComponent.h"
 #include "ui/TimerRelayBroadcaster.h"
 #include "ui/TitleBarComponent.h"
 #include "update/StartupUpdateComponent.h"
@@ -143,6 +144,7 @@ public:
     juce::ApplicationCommandManager commandManager;
     PopupDisplayComponent* activePopup = nullptr;
     StoredSettings storedSettings;
+    SettingsComponent settingsPanel { deviceManager, storedSettings, activePopup };
     StartupUpdateComponent startupUpdate { storedSettings };
     UserUpdateComponent userUpdate;
 
@@ -156,6 +158,7 @@ private:
         takes over through the master's crossfade; the previous one pauses once it has faded. */
     void handOver (MainComponent& from, MainComponent& to);
     void updateComparison();
+    void showSettings();
 
     /** The blind test's hold on the decks: the output to one of its pair, matched to the other
         and at the same time in the track, and back to the current tab's deck at its end. */

@@ -3,15 +3,7 @@
 namespace Marlode
 {
 
-bool StoredSettings::getBool (const juce::Identifier& key, bool whenMissing) const
-{
-    JUCE_ASSERT_MESSAGE_THREAD
-    if (const auto* value = values.getVarPointer (key))
-        return static_cast<bool> (*value);
-    return whenMissing;
-}
-
-void StoredSettings::setBool (const juce::Identifier& key, bool value)
+void StoredSettings::set (const juce::Identifier& key, const juce::var& value)
 {
     JUCE_ASSERT_MESSAGE_THREAD
     if (values.set (key, value))

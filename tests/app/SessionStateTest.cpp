@@ -191,6 +191,8 @@ TEST_F (SessionTest, EveryValueComesBackAtTheNextStart)
         app->blindTest.deckA.setSelectedId (3, juce::sendNotificationSync);
         app->blindTest.deckB.setSelectedId (1, juce::sendNotificationSync);
         app->blindTest.trialCount.setSelectedId (12, juce::sendNotificationSync);
+        app->settingsPanel.displayScaleCombo.setSelectedId (2, juce::sendNotificationSync);
+        juce::Desktop::getInstance().setGlobalScaleFactor (1.0f); // the process's, not the session's
 
         written = app->createSessionXml();
     }
@@ -302,6 +304,8 @@ TEST_F (SessionTest, DeckCountCurrentDeckAndMasterBandsFollowTheReadingRules)
 TEST_F (SessionTest, HostileValuesAreClampedAndTheNextQuitWritesAGoodFile)
 {
     juce::XmlElement root ("PREVIOUS_STATE");
+    root.setAttribute ("display_scale_combo_id", 2);
+    root.setAttribute ("display_scale", 3.0);
     root.setAttribute ("num_decks", 2);
     root.setAttribute ("volume", "1e308");
     root.setAttribute ("pan", "nan");
@@ -339,6 +343,7 @@ TEST_F (SessionTest, HostileValuesAreClampedAndTheNextQuitWritesAGoodFile)
         auto app = startFrom (root);
         ASSERT_EQ (app->getNumDecks(), 2);
         EXPECT_EQ (alerts.shown.size(), 2u) << "each deck's missing track reported once";
+        EXPECT_EQ (app->storedSettings.getDouble (StoredSettings::displayScale, 0.0), 1.0) << "a scale the box doesn't offer";
         EXPECT_DOUBLE_EQ (app->volumeAndPan.volumeSlider.getValue(), 1.0);
         EXPECT_DOUBLE_EQ (app->volumeAndPan.panSlider.getValue(), 0.0);
         EXPECT_EQ (app->savedAudioState->getStringAttribute ("audioOutputDeviceName"), "gone");
