@@ -17,6 +17,7 @@ void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
 {
     launchArguments.add (commandLine + " : #" + juce::String (launchCount));
     ++launchCount;
+    juce::Logger::setCurrentLogger (&logCollector);
 
     mainWindow = std::make_unique<MainWindow> (getApplicationName());
 
@@ -45,6 +46,8 @@ void AudioPlayerAppApplication::initialise (const juce::String& commandLine)
         mainWindow->centreWithSize (MainWindow::defaultWidth, MainWindow::defaultHeight);
     mainWindow->setVisible (true);
     mainDocumentWindow = mainWindow.get();
+    content->logLines = [this] { return logCollector.getText(); };
+    content->welcome.showIfWanted();
 
     if (auto& channel = InstanceChannel::forThisProcess())
         channel->setReceiver ([this] (const juce::StringArray& paths) { openHandedOverPaths (paths); });
@@ -60,6 +63,7 @@ void AudioPlayerAppApplication::shutdown()
 
     mainDocumentWindow = nullptr;
     mainWindow = nullptr;
+    juce::Logger::setCurrentLogger (nullptr);
 }
 
 void AudioPlayerAppApplication::openHandedOverPaths (const juce::StringArray& paths)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "state/LogCollector.h"
 #include "ui/SondrelLookAndFeel.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
@@ -59,6 +60,8 @@ public:
 private:
     void openPaths (const juce::StringArray& paths);
 
+    // Before the window, which shows its lines, and after it in destruction.
+    Marlode::LogCollector logCollector;
     std::unique_ptr<MainWindow> mainWindow;
     int launchCount = 0;
 };

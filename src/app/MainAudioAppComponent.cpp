@@ -64,7 +64,16 @@ MainAudioAppComponent::MainAudioAppComponent (bool openAudioDevice, const juce::
     restoreSession (sessionFile == juce::File() ? nullptr
                                                 : EncryptedXml::readEncryptedXml (sessionFile, EncryptedXml::sessionKey).get());
 
-    addChildComponent (settingsPanel);
+    // Keys go back to the deck when one of the window's own panels closes.
+    for (auto* panel : std::initializer_list<PopupDisplayComponent*> { &settingsPanel, &welcome, &about })
+    {
+        addChildComponent (panel);
+        panel->onClose = [this]
+        {
+            if (auto* deck = getCurrentDeck())
+                deck->restoreFocus();
+        };
+    }
     addChildComponent (startupUpdate);
     addChildComponent (userUpdate);
     if (storedSettings.getBool (StoredSettings::checkForUpdates, true))
@@ -307,6 +316,13 @@ void MainAudioAppComponent::endBlindTest()
     for (auto* deck : decks)
         if (deck != shown && deck->engine.isPlaying())
             deck->trackDeck.changeState (TransportState::Pausing);
+}
+
+void MainAudioAppComponent::showDebugWindow()
+{
+    debugWindow = std::make_unique<DebugDocumentWindow> (logLines != nullptr ? logLines() : juce::String());
+    debugWindow->centreWithSize (debugWindow->getWidth(), debugWindow->getHeight());
+    debugWindow->showWindow();
 }
 
 void MainAudioAppComponent::showSettings()
@@ -594,7 +610,7 @@ bool MainAudioAppComponent::perform (const InvocationInfo& info)
                 window->setFullScreen (! window->isFullScreen());
             break;
         case settings: showSettings(); break;
-        case showDebug: break; // its window comes with the debug panel
+        case showDebug: showDebugWindow(); break;
         default: return false;
     }
 
@@ -664,12 +680,20 @@ void MainAudioAppComponent::menuItemChosen (int id)
                 window->setBounds (window->getBounds().withWidth (850));
             break;
         case 7: showSettings(); break;
+        case 8:
+        case 9:
+            if (help == nullptr)
+                help = std::make_unique<HelpWindow>();
+            help->showSection (id == 9);
+            break;
+        case 10: about.show(); break;
+        case 11: showDebugWindow(); break;
         case 12: askApplicationToQuit(); break;
         case 13: addDeck (nullptr); break;
         case 14: deleteDecksWhenStopped (false); break;
         case 15: deleteDecksWhenStopped (true); break;
         case 17: userUpdate.checkForUpdates(); break;
-        default: break; // help, settings and about come with their panels
+        default: break;
     }
 }
 
@@ -793,10 +817,15 @@ void MainAudioAppComponent::timerCallback()
         fadingFrom = nullptr;
     }
 
-    // The window takes focus somewhat after it shows; the deck gets it back once that is over.
+    // The window takes focus somewhat after it shows; the deck, or a panel that is up (the
+    // welcome), gets it back once that is over.
     if (ticksUntilFocus > 0 && --ticksUntilFocus == 0)
-        if (auto* deck = getCurrentDeck())
+    {
+        if (activePopup != nullptr)
+            activePopup->grabKeyboardFocus();
+        else if (auto* deck = getCurrentDeck())
             deck->restoreFocus();
+    }
 }
 
 void MainAudioAppComponent::resized()
@@ -830,6 +859,16 @@ void MainAudioAppComponent::resized()
     // Both stand over the decks: the offer along the bottom, the user's check over everything.
     startupUpdate.setBounds (area.removeFromBottom (startupUpdateHeight));
     userUpdate.setBounds (getLocalBounds());
+}
+
+bool MainAudioAppComponent::keyPressed (const juce::KeyPress& key)
+{
+    if (key.getKeyCode() != juce::KeyPress::escapeKey || key.getModifiers().isAnyModifierKeyDown() || activePopup == nullptr
+        || activePopup->closeButton.onClick == nullptr)
+        return false;
+
+    activePopup->closeButton.onClick();
+    return true;
 }
 
 void MainAudioAppComponent::paint (juce::Graphics& g)

@@ -6,7 +6,11 @@
 #include "dsp/panels/EQWindow.h"
 #include "dsp/panels/LevelMeterHorizontalLights.h"
 #include "engine/MasterEngine.h"
+#include "ui/AboutWindowComponent.h"
+#include "ui/DebugDocumentWindow.h"
+#include "ui/HelpWindow.h"
 #include "ui/SettingsComponent.h"
+#include "ui/WelcomeComponent.h"
 #include "ui/TimerRelayBroadcaster.h"
 #include "ui/TitleBarComponent.h"
 #include "update/StartupUpdateComponent.h"
@@ -107,6 +111,9 @@ public:
     void resized() override;
     void paint (juce::Graphics&) override;
 
+    /** Escape closes the panel that is up, wherever the keyboard focus went meanwhile. */
+    bool keyPressed (const juce::KeyPress&) override;
+
     [[nodiscard]] MainComponent* getCurrentDeck() const noexcept;
     [[nodiscard]] int getNumDecks() const noexcept { return decks.size(); }
 
@@ -145,6 +152,13 @@ public:
     PopupDisplayComponent* activePopup = nullptr;
     StoredSettings storedSettings;
     SettingsComponent settingsPanel { deviceManager, storedSettings, activePopup };
+    WelcomeComponent welcome { storedSettings, activePopup };
+    AboutWindowComponent about { activePopup };
+    std::unique_ptr<HelpWindow> help;                 // made at first use and kept
+    std::unique_ptr<DebugDocumentWindow> debugWindow; // a new one replaces the last
+
+    /** The log lines the debug window shows; the application collects them. */
+    std::function<juce::String()> logLines;
     StartupUpdateComponent startupUpdate { storedSettings };
     UserUpdateComponent userUpdate;
 
@@ -159,6 +173,7 @@ private:
     void handOver (MainComponent& from, MainComponent& to);
     void updateComparison();
     void showSettings();
+    void showDebugWindow();
 
     /** The blind test's hold on the decks: the output to one of its pair, matched to the other
         and at the same time in the track, and back to the current tab's deck at its end. */

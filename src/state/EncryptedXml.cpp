@@ -1,4 +1,5 @@
 #include "state/EncryptedXml.h"
+#include "state/AtomicFile.h"
 #include "state/RegularFileInputStream.h"
 #include "state/SafeXml.h"
 
@@ -42,27 +43,9 @@ std::unique_ptr<juce::XmlElement> EncryptedXml::decrypt (juce::MemoryBlock data,
 
 bool EncryptedXml::writeEncryptedXml (const juce::XmlElement& xml, const juce::File& file, const juce::String& key)
 {
-    if (file.isDirectory() || ! file.getParentDirectory().isDirectory())
-        return false;
-
-    // File::replaceWithData's way (a hidden file beside the target, renamed over it), but a
-    // write that fails (a full disk) leaves the old session in place instead of a cut one.
+    // A write that fails leaves the old session in place instead of a cut one.
     const auto data = encrypt (xml, key);
-    const juce::TemporaryFile temp (file, juce::TemporaryFile::useHiddenFile);
-
-    {
-        juce::FileOutputStream out (temp.getFile());
-
-        if (! out.openedOk() || ! out.write (data.getData(), data.getSize()))
-            return false;
-
-        out.flush();
-
-        if (out.getStatus().failed())
-            return false;
-    }
-
-    return temp.overwriteTargetFileWithTemporary();
+    return AtomicFile::replaceWithData (file, data.getData(), data.getSize());
 }
 
 std::unique_ptr<juce::XmlElement> EncryptedXml::readEncryptedXml (const juce::File& file, const juce::String& key)

@@ -1,4 +1,5 @@
 #include "e2e/AppProcess.h"
+#include "state/EncryptedXml.h"
 #include "support/WaitFor.h"
 
 #include <gtest/gtest.h>
@@ -25,6 +26,16 @@ AppProcess::AppProcess (const juce::String& program, const juce::StringArray& ar
                                                       : home.getSiblingFile (home.getFileName() + "-stderr.txt"))
 {
     home.createDirectory();
+
+    // A fresh home would show the welcome over the window at every start; the tests drive the
+    // window itself, so their first start finds a session that has it off.
+    if (const auto session = home.getChildFile (".config/Marlode/PreviousState.cfg"); ! session.exists())
+    {
+        juce::XmlElement state ("PREVIOUS_STATE");
+        state.setAttribute ("show_welcome", false);
+        session.getParentDirectory().createDirectory();
+        Marlode::EncryptedXml::writeEncryptedXml (state, session, Marlode::EncryptedXml::sessionKey);
+    }
 
     std::vector<std::string> env;
     for (char** e = environ; *e != nullptr; ++e)

@@ -185,6 +185,10 @@ struct EndToEnd : ::testing::Test
         window = findMainWindow (20000, app.get());
         ASSERT_TRUE (window.isNotEmpty()) << "no Marlode window appeared";
         ASSERT_TRUE (recorder.connectTo ("Marlode", 10000)) << "Marlode's JACK ports never appeared";
+
+        // A fresh home shows the welcome over the window each start; Escape closes it.
+        press (window, "Escape");
+        pumpMessages (200);
     }
 
     // Marlode playing `first` on deck 1, then deck 2 (Auto-Play off) given `second` by a later
