@@ -115,3 +115,20 @@ TEST (HelpWindows, TheMenuOpensHelpAboutAndTheDebugWindowWhichSavesItsLines)
     EXPECT_EQ (alerts.shown[2].message, "Failed to create or write to the file.");
     app.debugWindow->closeWindow();
 }
+
+// The panels as they look, for a person to check: written into the build folder.
+TEST (HelpWindows, ThePanelsArePicturedForALook)
+{
+    MainAudioAppComponent app (false);
+    app.setSize (850, 720);
+    for (auto [panel, name] : { std::pair<PopupDisplayComponent*, const char*> { &app.settingsPanel, "settings" },
+                                std::pair<PopupDisplayComponent*, const char*> { &app.about, "about" },
+                                std::pair<PopupDisplayComponent*, const char*> { &app.welcome, "welcome" } })
+    {
+        panel->show();
+        const auto png = juce::File (MARLODE_BUILD_DIR).getChildFile (juce::String ("marlode-") + name + ".png");
+        png.deleteFile();
+        juce::FileOutputStream out (png);
+        EXPECT_TRUE (juce::PNGImageFormat().writeImageToStream (app.createComponentSnapshot (app.getLocalBounds()), out)) << name;
+    }
+}
