@@ -65,26 +65,4 @@ void TruePeakInterpolator::reset() noexcept
     std::fill (histories.begin(), histories.end(), History {});
 }
 
-float TruePeakInterpolator::push (int channel, float sample) noexcept
-{
-    auto& h = histories[(size_t) channel];
-    h.samples[(size_t) h.next] = sample;
-    h.samples[(size_t) (h.next + tapsPerPhase)] = sample;
-    h.next = (h.next + 1) % tapsPerPhase;
-
-    // The oldest sample first: the one j pushes back sits at [tapsPerPhase - 1 - j].
-    const float* window = h.samples.data() + h.next;
-    auto peak = std::abs (window[tapsPerPhase - 1 - latency]);
-
-    for (const auto& taps : phases)
-    {
-        auto value = 0.0f;
-        for (int j = 0; j < tapsPerPhase; ++j)
-            value += taps[(size_t) j] * window[tapsPerPhase - 1 - j];
-        peak = std::max (peak, std::abs (value));
-    }
-
-    return peak;
-}
-
 } // namespace Marlode

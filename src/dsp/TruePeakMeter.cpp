@@ -8,22 +8,14 @@ TruePeakMeter::TruePeakMeter()
     prepare (2, 512, 44100.0);
 }
 
-void TruePeakMeter::prepare (int numChannels, int samplesPerBlock, double sampleRate)
+void TruePeakMeter::prepare (int numChannels, int, double sampleRate)
 {
     channels = juce::jmax (1, numChannels);
-    maxBlockSize = juce::jmax (1, samplesPerBlock);
     channelPeakDb = std::vector<std::atomic<float>> ((size_t) channels);
+    interpolator.prepare (channels);
 
-    using Filter = juce::dsp::Oversampling<float>;
-    oversampling = std::make_unique<Filter> ((size_t) channels);
-    oversampling->addOversamplingStage (Filter::filterHalfBandPolyphaseIIR, 0.05f, -90.0f, 0.06f, -75.0f);
-
-    // Below 96 kHz a second stage makes the factor four.
-    if (192000.0 / sampleRate > 2.0)
-        oversampling->addOversamplingStage (Filter::filterHalfBandPolyphaseIIR, 0.1f, -80.0f, 0.12f, -65.0f);
-
-    oversampling->initProcessing ((size_t) maxBlockSize);
-    oversampling->reset();
+    // Four points a sample below 96 kHz, two from there up.
+    pointsPerSample = sampleRate < 96000.0 ? TruePeakInterpolator::factor : 2;
     reset();
 }
 
@@ -44,12 +36,12 @@ float TruePeakMeter::getChannelPeakDb (int channel) const noexcept
 
 int TruePeakMeter::getOversamplingFactor() const noexcept
 {
-    return oversampling != nullptr ? (int) oversampling->getOversamplingFactor() : 1;
+    return pointsPerSample;
 }
 
 void TruePeakMeter::process (const juce::AudioSourceChannelInfo& info) noexcept
 {
-    if (info.buffer == nullptr || oversampling == nullptr)
+    if (info.buffer == nullptr)
         return;
 
     const auto numChannels = juce::jmin (info.buffer->getNumChannels(), channels);
@@ -61,34 +53,19 @@ void TruePeakMeter::process (const juce::AudioSourceChannelInfo& info) noexcept
         return;
     }
 
-    const juce::dsp::AudioBlock<const float> whole (info.buffer->getArrayOfReadPointers(), (size_t) numChannels,
-                                                    (size_t) info.startSample, (size_t) info.numSamples);
-
     for (int ch = 0; ch < numChannels; ++ch)
-        channelPeakDb[(size_t) ch].store (floorDb, std::memory_order_relaxed);
-
-    // The oversampler is prepared for blocks up to maxBlockSize; longer ones go in pieces.
-    for (size_t offset = 0; offset < whole.getNumSamples(); offset += (size_t) maxBlockSize)
     {
-        const auto length = juce::jmin ((size_t) maxBlockSize, whole.getNumSamples() - offset);
-        const auto up = oversampling->processSamplesUp (whole.getSubBlock (offset, length));
+        const auto* samples = info.buffer->getReadPointer (ch, info.startSample);
+        auto maximum = 0.0f;
 
-        for (int ch = 0; ch < numChannels; ++ch)
-        {
-            const auto* samples = up.getChannelPointer ((size_t) ch);
-            float maximum = 0.0f;
+        for (int i = 0; i < info.numSamples; ++i)
+            maximum = juce::jmax (maximum, interpolator.pushMaximum (ch, samples[i], pointsPerSample));
 
-            for (size_t i = 0; i < up.getNumSamples(); ++i)
-                maximum = juce::jmax (maximum, samples[i]);
+        const auto dB = maximum > 0.0f ? juce::jmax (20.0f * std::log10 (maximum), floorDb) : floorDb;
+        channelPeakDb[(size_t) ch].store (dB, std::memory_order_relaxed);
 
-            const auto dB = maximum > 0.0f ? juce::jmax (20.0f * std::log10 (maximum), floorDb) : floorDb;
-            auto& channelPeak = channelPeakDb[(size_t) ch];
-
-            if (dB > channelPeak.load (std::memory_order_relaxed))
-                channelPeak.store (dB, std::memory_order_relaxed);
-            if (dB > peakDb.load (std::memory_order_relaxed))
-                peakDb.store (dB, std::memory_order_relaxed);
-        }
+        if (dB > peakDb.load (std::memory_order_relaxed))
+            peakDb.store (dB, std::memory_order_relaxed);
     }
 }
 

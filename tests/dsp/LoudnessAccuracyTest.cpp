@@ -196,8 +196,12 @@ TEST (TruePeakMeter, AgreesWithLibebur128OnInterSamplePeaksAndNoise)
             2, n, [&] (int c, int) { return (float) (1.2 * (low += 0.2 * (random.nextFloat() * 2.0 - 1.0 - low))); });
         noise.copyFrom (1, 0, noise, 0, 0, n);
         noise.applyGain (1, 0, n, -1.0f);
+        // Full-band white noise: what a phase-bending oversampler read 3 dB high.
+        auto white = MarlodeTest::makeBuffer (2, n, [&] (int, int) { return 0.5f * (random.nextFloat() * 2.0f - 1.0f); });
+        white.copyFrom (1, 0, white, 0, 0, n);
+        white.applyGain (1, 0, n, -1.0f);
 
-        for (const auto* audio : { &sine, &noise })
+        for (const auto* audio : { &sine, &noise, &white })
         {
             auto* state = ebur128_init (2, (unsigned long) rate, EBUR128_MODE_TRUE_PEAK);
             ebur128_add_frames_float (state, interleave (*audio, 0, n).data(), (size_t) n);
@@ -211,8 +215,10 @@ TEST (TruePeakMeter, AgreesWithLibebur128OnInterSamplePeaksAndNoise)
             for (int start = 0; start + 512 <= n; start += 512)
                 meter.process (juce::AudioSourceChannelInfo (const_cast<juce::AudioBuffer<float>*> (audio), start, 512));
 
-            EXPECT_NEAR (meter.getPeakDb(), 20.0 * std::log10 (referencePeak), 0.5)
-                << (audio == &sine ? "sine" : "noise") << " at " << rate;
+            EXPECT_NEAR (meter.getPeakDb(), 20.0 * std::log10 (referencePeak), 0.5) << (audio == &sine    ? "sine"
+                                                                                        : audio == &noise ? "noise"
+                                                                                                          : "white noise")
+                                                                                    << " at " << rate;
         }
     }
 
