@@ -30,6 +30,11 @@ const Comparison comparisons[] = {
     { "TimeStretcherAt1_5", "RubberBandAt1_5", "realtime_factor" },
     // At least 1 / 1.2: with everything else on, the path costs at most 1.2 times the stretcher.
     { "EverythingWithStretcherAt1_5", "TimeStretcherAt1_5", "realtime_factor" },
+    // Measuring a file on one core: against decoding it alone (the floor), and against
+    // libebur128; the program on four files against one (the speed-up is four times this).
+    { "AnalyseOneCore", "AnalyseDecodeFloor", "realtime_factor" },
+    { "AnalyseOneCore", "Libebur128LoudnessAndTruePeak", "realtime_factor" },
+    { "AnalyseProgramFourFiles", "AnalyseProgramOneFile", "realtime_factor" },
     // Rendering a file: against reading and writing it (the floor), and against sox.
     { "ExportRender", "ExportCopyFloor", "realtime_factor" },
     { "ExportRender", "SoxEightEqualisers", "realtime_factor" },

@@ -19,3 +19,9 @@ void timeOnce (benchmark::State& state, Work&& work)
 
     state.counters["seconds"] = seconds;
 }
+
+/** After timeOnce: how many times faster than real time the work went through `audioSeconds`. */
+inline void addRealTimeFactor (benchmark::State& state, double audioSeconds)
+{
+    state.counters["realtime_factor"] = audioSeconds / state.counters["seconds"];
+}
