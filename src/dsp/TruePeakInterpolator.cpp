@@ -1,9 +1,13 @@
 #include "dsp/TruePeakInterpolator.h"
 
-#include <juce_core/juce_core.h>
+#include <juce_audio_basics/juce_audio_basics.h>
 
 #include <algorithm>
 #include <cmath>
+
+#if JUCE_USE_SSE_INTRINSICS
+#include <immintrin.h>
+#endif
 
 namespace Marlode
 {
@@ -32,7 +36,7 @@ TruePeakInterpolator::TruePeakInterpolator()
 {
     for (int k = 1; k < factor; ++k)
     {
-        auto& taps = phases[(size_t) (k - 1)];
+        std::array<float, tapsPerPhase> taps {};
         const auto offset = (double) k / factor;
         auto sum = 0.0;
 
@@ -52,7 +56,28 @@ TruePeakInterpolator::TruePeakInterpolator()
         // Unity gain at DC, so a constant rebuilds as itself.
         for (auto& tap : taps)
             tap = (float) (tap / sum);
+
+        for (int j = 0; j < tapsPerPhase; ++j)
+            tapsByPosition[(size_t) (tapsPerPhase - 1 - j)][(size_t) (k - 1)] = taps[(size_t) j];
     }
+}
+
+std::array<float, TruePeakInterpolator::factor> TruePeakInterpolator::interpolate (const float* window) const noexcept
+{
+    alignas (16) std::array<float, factor> points {};
+
+#if JUCE_USE_SSE_INTRINSICS
+    auto sum = _mm_setzero_ps();
+    for (int p = 0; p < tapsPerPhase; ++p)
+        sum = _mm_add_ps (sum, _mm_mul_ps (_mm_load_ps (tapsByPosition[(size_t) p].data()), _mm_set1_ps (window[p])));
+    _mm_store_ps (points.data(), sum);
+#else
+    for (int p = 0; p < tapsPerPhase; ++p)
+        for (size_t k = 0; k < points.size(); ++k)
+            points[k] += tapsByPosition[(size_t) p][k] * window[p];
+#endif
+
+    return points;
 }
 
 void TruePeakInterpolator::prepare (int numChannels)

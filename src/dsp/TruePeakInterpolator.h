@@ -57,20 +57,22 @@ private:
         const float* window = h.samples.data() + h.next;
         auto peak = measure (window[tapsPerPhase - 1 - latency]);
 
+        const auto points = interpolate (window);
+
         for (int k = phaseStep; k < factor; k += phaseStep)
-        {
-            const auto& taps = phases[(size_t) (k - 1)];
-            auto value = 0.0f;
-            for (int j = 0; j < tapsPerPhase; ++j)
-                value += taps[(size_t) j] * window[tapsPerPhase - 1 - j];
-            peak = std::max (peak, measure (value));
-        }
+            peak = std::max (peak, measure (points[(size_t) (k - 1)]));
 
         return peak;
     }
 
-    // Phase k rebuilds the point k / factor of a sample after the one `latency` pushes back.
-    std::array<std::array<float, tapsPerPhase>, factor - 1> phases {};
+    /** The three points between the window's sample `latency` back and the next, from a window
+        of tapsPerPhase samples, oldest first. */
+    [[nodiscard]] std::array<float, factor> interpolate (const float* window) const noexcept;
+
+    // Phase k rebuilds the point k / factor of a sample after the one `latency` pushes back. Its
+    // taps are kept by window position, oldest sample first, the three phases side by side (and
+    // a fourth lane of zeros), so each sample multiplies all three phases' taps at once.
+    alignas (16) std::array<std::array<float, factor>, tapsPerPhase> tapsByPosition {};
 
     // Each channel's last tapsPerPhase samples, written twice so a window is always contiguous.
     struct History
