@@ -164,9 +164,19 @@ void Ebu128LoudnessMeter::processBlock (const juce::AudioSourceChannelInfo& info
             else
                 std::copy_n (buffer->getReadPointer (ch, info.startSample + offset), length, samples);
 
-            preFilter.process (ch, samples, length);
-            lowFrequencyFilter.process (ch, samples, length);
+            if (channels != 2)
+            {
+                preFilter.process (ch, samples, length);
+                lowFrequencyFilter.process (ch, samples, length);
+            }
+        }
 
+        if (channels == 2)
+            SecondOrderIIRFilter::processStereoCascade (preFilter, lowFrequencyFilter, work[0].data(), work[1].data(), length);
+
+        for (int ch = 0; ch < channels; ++ch)
+        {
+            auto* samples = work[(size_t) ch].data();
             for (int i = 0; i < length; ++i)
                 samples[i] *= samples[i];
         }

@@ -1,6 +1,7 @@
 #include "dsp/SecondOrderIIRFilter.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace Marlode
@@ -54,6 +55,45 @@ void SecondOrderIIRFilter::reset() noexcept
 {
     std::fill (z1.begin(), z1.end(), 0.0);
     std::fill (z2.begin(), z2.end(), 0.0);
+}
+
+void SecondOrderIIRFilter::processStereoCascade (SecondOrderIIRFilter& first, SecondOrderIIRFilter& second, double* left,
+                                                 double* right, int numSamples) noexcept
+{
+    if (first.numberOfChannels < 2 || second.numberOfChannels < 2)
+        return;
+
+    struct Stage
+    {
+        SecondOrderIIRFilter& filter;
+        double s1, s2;
+
+        double step (double x) noexcept
+        {
+            const auto w = x - filter.a1 * s1 - filter.a2 * s2;
+            const auto y = filter.b0 * w + filter.b1 * s1 + filter.b2 * s2;
+            s2 = s1;
+            s1 = w;
+            return std::abs (y) > 1.0e-8 ? y : 0.0;
+        }
+    };
+
+    std::array<Stage, 4> stages { Stage { first, first.z1[0], first.z2[0] }, Stage { first, first.z1[1], first.z2[1] },
+                                  Stage { second, second.z1[0], second.z2[0] }, Stage { second, second.z1[1], second.z2[1] } };
+
+    for (int i = 0; i < numSamples; ++i)
+    {
+        left[i] = stages[2].step (stages[0].step (left[i]));
+        right[i] = stages[3].step (stages[1].step (right[i]));
+    }
+
+    for (size_t ch = 0; ch < 2; ++ch)
+    {
+        first.z1[ch] = stages[ch].s1;
+        first.z2[ch] = stages[ch].s2;
+        second.z1[ch] = stages[ch + 2].s1;
+        second.z2[ch] = stages[ch + 2].s2;
+    }
 }
 
 void SecondOrderIIRFilter::process (int channel, double* samples, int numSamples) noexcept
