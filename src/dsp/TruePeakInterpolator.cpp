@@ -62,24 +62,6 @@ TruePeakInterpolator::TruePeakInterpolator()
     }
 }
 
-std::array<float, TruePeakInterpolator::factor> TruePeakInterpolator::interpolate (const float* window) const noexcept
-{
-    alignas (16) std::array<float, factor> points {};
-
-#if JUCE_USE_SSE_INTRINSICS
-    auto sum = _mm_setzero_ps();
-    for (int p = 0; p < tapsPerPhase; ++p)
-        sum = _mm_add_ps (sum, _mm_mul_ps (_mm_load_ps (tapsByPosition[(size_t) p].data()), _mm_set1_ps (window[p])));
-    _mm_store_ps (points.data(), sum);
-#else
-    for (int p = 0; p < tapsPerPhase; ++p)
-        for (size_t k = 0; k < points.size(); ++k)
-            points[k] += tapsByPosition[(size_t) p][k] * window[p];
-#endif
-
-    return points;
-}
-
 void TruePeakInterpolator::prepare (int numChannels)
 {
     histories.assign ((size_t) std::max (0, numChannels), History {});

@@ -1,9 +1,15 @@
 #pragma once
 
+#include <juce_audio_basics/juce_audio_basics.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
+
+#if JUCE_USE_SSE_INTRINSICS
+#include <immintrin.h>
+#endif
 
 namespace Marlode
 {
@@ -24,6 +30,7 @@ public:
     static constexpr int factor = 4;
     static constexpr int tapsPerPhase = 16;
     static constexpr int latency = tapsPerPhase / 2;
+    static_assert ((tapsPerPhase & (tapsPerPhase - 1)) == 0, "the history ring wraps by a mask");
 
     TruePeakInterpolator();
 
@@ -51,7 +58,7 @@ private:
         auto& h = histories[(size_t) channel];
         h.samples[(size_t) h.next] = sample;
         h.samples[(size_t) (h.next + tapsPerPhase)] = sample;
-        h.next = (h.next + 1) % tapsPerPhase;
+        h.next = (h.next + 1) & (tapsPerPhase - 1);
 
         // The oldest sample first: the one j pushes back sits at [tapsPerPhase - 1 - j].
         const float* window = h.samples.data() + h.next;
@@ -67,7 +74,23 @@ private:
 
     /** The three points between the window's sample `latency` back and the next, from a window
         of tapsPerPhase samples, oldest first. */
-    [[nodiscard]] std::array<float, factor> interpolate (const float* window) const noexcept;
+    [[nodiscard]] std::array<float, factor> interpolate (const float* window) const noexcept
+    {
+        alignas (16) std::array<float, factor> points {};
+
+#if JUCE_USE_SSE_INTRINSICS
+        auto sum = _mm_setzero_ps();
+        for (int p = 0; p < tapsPerPhase; ++p)
+            sum = _mm_add_ps (sum, _mm_mul_ps (_mm_load_ps (tapsByPosition[(size_t) p].data()), _mm_set1_ps (window[p])));
+        _mm_store_ps (points.data(), sum);
+#else
+        for (int p = 0; p < tapsPerPhase; ++p)
+            for (size_t k = 0; k < points.size(); ++k)
+                points[k] += tapsByPosition[(size_t) p][k] * window[p];
+#endif
+
+        return points;
+    }
 
     // Phase k rebuilds the point k / factor of a sample after the one `latency` pushes back. Its
     // taps are kept by window position, oldest sample first, the three phases side by side (and
