@@ -624,8 +624,9 @@ void MainAudioAppComponent::deleteDecksWhenStopped (bool all)
     if (deck == nullptr)
         return;
 
-    // A playing deck is stopped first; its stop, arriving in handleAsyncUpdate, deletes.
-    if (deck->engine.isPlaying() && getNumDecks() > 1)
+    // A playing deck is stopped first, the last one too; its stop, arriving in
+    // handleAsyncUpdate, deletes (or, for the last deck, says it can't).
+    if (deck->engine.isPlaying())
     {
         deck->pendingDelete = true;
         deleteAllPending = all;

@@ -206,4 +206,15 @@ TEST_F (CommandsTest, MenuDeletesAPlayingDeckOnceItHasStopped)
     EXPECT_EQ (app.getNumDecks(), 2) << "the deck plays: it stops first";
     EXPECT_TRUE (pumpUntil ([&] { return app.getNumDecks() == 1; }, 2000));
     EXPECT_EQ (app.getCurrentDeck(), app.decks[0]);
+
+    // The last deck playing: it stops too, and then the alert says it can't go.
+    device.reset(); // one device at a time pulls the master
+    auto again = loadMinute();
+    press (K::spaceKey);
+    waitForState (TransportState::Playing);
+    const auto alertsBefore = alerts.shown.size();
+    app.menuItemChosen (15);
+    EXPECT_TRUE (pumpUntil ([&] { return alerts.shown.size() > alertsBefore; }, 2000));
+    EXPECT_EQ (alerts.shown.back().message, "Can't delete all decks when there's only one deck!");
+    EXPECT_FALSE (app.getCurrentDeck()->engine.isPlaying()) << "stopped before the alert";
 }
